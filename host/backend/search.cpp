@@ -1,0 +1,224 @@
+#include "host/backend/search.h"
+
+#include <charconv>
+#include <optional>
+#include <string_view>
+
+// Text form, one line:
+//   CSearch/1;s=<scope>;m=<method>;t=<time>;f=<0|1>;k=<count>:<item>,<item>...;y=<count>:<item>,...
+// Items escape '%', ';', ',', '=', blanks, control bytes and 0x7F as %XX (two upper-case hex
+// digits). Every other byte, Big5 lead and trail bytes included, stands as it is: none of the
+// escaped bytes can be a Big5 trail byte, so a reader never splits a character.
+namespace {
+
+constexpr std::string_view kMagic = "CSearch/1";
+
+bool needsEscape(unsigned char c) {
+    return c < 0x21 || c == 0x7F || c == '%' || c == ';' || c == ',' || c == '=';
+}
+
+void appendEscaped(CString& out, std::string_view item) {
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    for (const char ch : item) {
+        const auto c = static_cast<unsigned char>(ch);
+        if (needsEscape(c)) {
+            out += '%';
+            out += kHex[c >> 4];
+            out += kHex[c & 0x0F];
+        } else {
+            out += ch;
+        }
+    }
+}
+
+void appendList(CString& out, std::string_view name, const std::vector<CString>& items) {
+    out += ';';
+    out += name;
+    out += '=';
+    out += std::to_string(items.size());
+    out += ':';
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (i > 0) {
+            out += ',';
+        }
+        appendEscaped(out, items[i]);
+    }
+}
+
+int hexValue(char c) {
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    if (c >= 'A' && c <= 'F') {
+        return c - 'A' + 10;
+    }
+    return -1;
+}
+
+std::optional<CString> unescape(std::string_view item) {
+    CString out;
+    out.reserve(item.size());
+    for (std::size_t i = 0; i < item.size(); ++i) {
+        const auto c = static_cast<unsigned char>(item[i]);
+        if (c == '%') {
+            if (i + 2 >= item.size()) {
+                return std::nullopt;
+            }
+            const int hi = hexValue(item[i + 1]);
+            const int lo = hexValue(item[i + 2]);
+            if (hi < 0 || lo < 0) {
+                return std::nullopt;
+            }
+            const auto decoded = static_cast<unsigned char>(hi * 16 + lo);
+            if (!needsEscape(decoded)) {
+                return std::nullopt; // only escaped bytes may be written escaped: one text, one form
+            }
+            out += static_cast<char>(decoded);
+            i += 2;
+        } else if (needsEscape(c)) {
+            return std::nullopt;
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return out;
+}
+
+// Splits "name=value" fields at ';' (items never contain a raw ';').
+class Reader {
+public:
+    explicit Reader(std::string_view text) : m_text(text) {}
+
+    std::optional<std::string_view> field(std::string_view name) {
+        if (m_pos >= m_text.size() || m_text[m_pos] != ';') {
+            return std::nullopt;
+        }
+        ++m_pos;
+        const std::size_t end = m_text.find(';', m_pos);
+        const std::string_view part = m_text.substr(m_pos, end == std::string_view::npos ? end : end - m_pos);
+        m_pos = end == std::string_view::npos ? m_text.size() : end;
+        if (part.size() <= name.size() || part.substr(0, name.size()) != name || part[name.size()] != '=') {
+            return std::nullopt;
+        }
+        return part.substr(name.size() + 1);
+    }
+    bool atEnd() const { return m_pos == m_text.size(); }
+
+private:
+    std::string_view m_text;
+    std::size_t m_pos = 0;
+};
+
+template <class Int>
+std::optional<Int> parseInt(std::string_view text) {
+    Int value{};
+    if (text.empty() || (text.size() > 1 && text[0] == '0') || text[0] == '+') {
+        return std::nullopt;
+    }
+    const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (ec != std::errc{} || end != text.data() + text.size()) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+std::optional<std::vector<CString>> parseList(std::string_view value) {
+    const std::size_t colon = value.find(':');
+    if (colon == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const auto count = parseInt<std::size_t>(value.substr(0, colon));
+    if (!count) {
+        return std::nullopt;
+    }
+    const std::string_view body = value.substr(colon + 1);
+    std::vector<CString> items;
+    if (*count == 0) {
+        if (!body.empty()) {
+            return std::nullopt;
+        }
+        return items;
+    }
+    if (*count > body.size() + 1) {
+        return std::nullopt;
+    }
+    std::size_t start = 0;
+    while (true) {
+        const std::size_t comma = body.find(',', start);
+        const std::string_view raw = body.substr(start, comma == std::string_view::npos ? comma : comma - start);
+        auto item = unescape(raw);
+        if (!item) {
+            return std::nullopt;
+        }
+        items.push_back(std::move(*item));
+        if (comma == std::string_view::npos) {
+            break;
+        }
+        start = comma + 1;
+    }
+    if (items.size() != *count) {
+        return std::nullopt;
+    }
+    return items;
+}
+
+} // namespace
+
+void CSearch::GetString(CString& out) const {
+    out.assign(kMagic);
+    out += ";s=" + std::to_string(m_byScope);
+    out += ";m=" + std::to_string(m_byMethod);
+    out += ";t=" + std::to_string(m_tTime);
+    out += ";f=";
+    out += m_bKeywordSearch ? '1' : '0';
+    appendList(out, "k", m_vKeywords);
+    appendList(out, "y", m_vSymbols);
+}
+
+CString CSearch::GetString() const {
+    CString out;
+    GetString(out);
+    return out;
+}
+
+bool CSearch::LoadStringA(const CString& text) {
+    const std::string_view view(text);
+    if (view.substr(0, kMagic.size()) != kMagic) {
+        return false;
+    }
+    Reader reader(view.substr(kMagic.size()));
+    const auto scopeText = reader.field("s");
+    const auto methodText = scopeText ? reader.field("m") : std::nullopt;
+    const auto timeText = methodText ? reader.field("t") : std::nullopt;
+    const auto flagText = timeText ? reader.field("f") : std::nullopt;
+    const auto keywordText = flagText ? reader.field("k") : std::nullopt;
+    const auto symbolText = keywordText ? reader.field("y") : std::nullopt;
+    if (!symbolText || !reader.atEnd()) {
+        return false;
+    }
+    const auto scope = parseInt<unsigned>(*scopeText);
+    const auto method = parseInt<unsigned>(*methodText);
+    std::optional<std::int64_t> time;
+    if (timeText->size() > 1 && (*timeText)[0] == '-') {
+        if (const auto magnitude = parseInt<std::int64_t>(timeText->substr(1))) {
+            time = -*magnitude;
+        }
+    } else if (*timeText == "0") {
+        time = 0;
+    } else {
+        time = parseInt<std::int64_t>(*timeText);
+    }
+    auto keywords = parseList(*keywordText);
+    auto symbols = parseList(*symbolText);
+    if (!scope || *scope > 255 || !method || *method > 255 || !time || (*flagText != "0" && *flagText != "1") ||
+        !keywords || !symbols) {
+        return false;
+    }
+    m_byScope = static_cast<unsigned char>(*scope);
+    m_byMethod = static_cast<unsigned char>(*method);
+    m_tTime = *time;
+    m_bKeywordSearch = *flagText == "1";
+    m_vKeywords = std::move(*keywords);
+    m_vSymbols = std::move(*symbols);
+    return true;
+}

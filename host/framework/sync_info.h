@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "host/backend/news_records.h"
+
+// The host's settings object for the thin-bar switch of grids.
+class CSettingCFG {
+public:
+    bool CApi_GetThinBarStatus() const { return m_bThinBar; }
+    void setThinBar(bool thin) { m_bThinBar = thin; }
+
+private:
+    bool m_bThinBar = false;
+};
+
+// The host's global settings shared by all views: pop-up window position, current symbol
+// per link group, the linked-news request and the named colours.
+// Ownership: one instance per host, reached through CSyncInfo::Get(). Thread: UI thread.
+class CSyncInfo {
+public:
+    static CSyncInfo& Get();
+
+    int SYS_eGetPopupWndPosition() const { return m_iPopupWndPosition; }
+    void setPopupWndPosition(int value) { m_iPopupWndPosition = value; }
+
+    // The current symbol of a link group (service, code); empty code when none.
+    CString SYS_cszGetCurrentSymbol(unsigned char group) const;
+    unsigned char SYS_byGetCurrentService(unsigned char group) const;
+    void setCurrentSymbol(unsigned char group, unsigned char service, const CString& code);
+
+    bool SYS_bGetIsLinkNews() const { return m_bLinkNews; }
+    void SYS_vSetIsLinkNews(bool link) { m_bLinkNews = link; }
+
+    // Named colours ("COLOR_LISTCTL_NORMALTEXT", ...); unknown names give black.
+    COLORREF SYS_crGetOtherColor(const CString& name) const;
+    void setOtherColor(const CString& name, COLORREF color) { m_colors[name] = color; }
+
+    CSettingCFG* GetSettingCFG() { return &m_setting; }
+
+    // Back to the defaults (a dark quote-screen palette, no symbols, pop-up position 0).
+    void reset();
+
+private:
+    CSyncInfo();
+    int m_iPopupWndPosition = 0;
+    bool m_bLinkNews = false;
+    std::map<unsigned char, std::pair<unsigned char, CString>> m_symbols;
+    std::map<CString, COLORREF> m_colors;
+    CSettingCFG m_setting;
+};
