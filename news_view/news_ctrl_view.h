@@ -1,0 +1,360 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "headline_list/headline_table_list.h"
+#include "host/backend/search.h"
+#include "host/framework/base_views.h"
+#include "host/framework/message_map.h"
+#include "host/ui/controls.h"
+#include "host/ui/menu.h"
+#include "host/ui/sheet.h"
+#include "news_view/news_ids.h"
+
+class NewsStoryView;
+class TRVNewsStory;
+class CQuoteDlgTipMsg;
+class TRVNewsPrint;
+class TRVSaveToFile;
+class CNewsRelateSymbolQuoteView;
+
+// The view's record of one news service, in the order the back end lists the services.
+struct NewsServiceEntry {
+    unsigned char m_byService = 0;
+    unsigned char m_bySelected = 0; // 1: the user has the service checked
+    std::int32_t m_iDate = 0;       // the service's news date, yyyymmdd
+    unsigned char m_bySearchPending = 0;
+};
+
+// One relation-search condition: match mode (1: every word must hit), category ids (the single
+// value -999 stands for every category) and words.
+struct RelationCondition {
+    unsigned char m_byMode = 1;
+    std::vector<int> m_vCategories;
+    std::vector<CString> m_vWords;
+};
+
+// One entry of the symbol combo: service and code.
+struct NewsSymbolRecord {
+    unsigned char m_byService = 0;
+    CString m_strCode;
+};
+
+// The news view the host places in its frames: a tab strip of function modes, one headline
+// grid per mode, the mode controls, the story displays and the tip window.
+// Ownership: the view owns its controls (through its window), its grids, the story dialog,
+// the tip window and the print and save jobs. Thread: UI thread only.
+class TRVNewsCtrlView : public TRVQuoteBaseView {
+    NEWS_DECLARE_DYNCREATE(TRVNewsCtrlView)
+
+public:
+    TRVNewsCtrlView();
+    ~TRVNewsCtrlView() override;
+
+    // ---- Host overrides ----
+    void OnInitialUpdate() override;
+    void InitialViewInfo(TRVCfgIO2* cfg, const CString& section, int layout1, int layout2,
+                         const CString& name) override;
+    void SaveViewInfo(TRVCfgIO2* cfg, const CString& section, int layout1, int layout2) override;
+    void GetCaption(CString& caption) override;
+    void ChangeActiveApp(int active) override;
+    void ChangeSymbol(const TRVQuoteBaseView* sender, unsigned char group, unsigned char service, const CString& code,
+                      const CString& name) override;
+    void GetCurrSymbolInfo(unsigned char& service, CString& code) override;
+    void vDoSymbolUpdate(const std::vector<CSymbolUpdateInfo>& updates) override;
+    void vReRegisterSymbols() override;
+    void vUnregisterViewSymbol() override;
+    void vChangeCast() override;
+    void vNotSupportSymbol(host::ui::DeviceContext& dc) override;
+
+    // ---- Back-end callbacks ----
+    void RecvNewHeadLine(const CHeadline* headline, const CString& categoryId, const CString& symbolCode) override;
+    void RespHeadLine(const std::vector<CHeadlineTable>& entries) override;
+    void RespSearchHeadLineTable(const CSearch& condition, unsigned char service) override;
+    void RespStory(const CHeadlineTable& entry) override;
+    void StoryUpdateNotify(const CHeadlineTable* entry) override;
+    void vRecvAllHeadlineTableRecovery(const CHeadlineTableInfo* info) override;
+    void vRecvCatHeadlineTableRecovery(const CHeadlineTableInfo* info) override;
+    void vRecvSymHeadlineTableRecovery(const CHeadlineTableInfo* info) override;
+    void vRecvNewsRelateSymbolListRecovery(const CNewsSymlistInfo* info) override;
+    void vRecvNewMarketStatus(const CMarketStatus* status) override;
+    void vRecvNewMemory(const CMemoryInfo* info) override;
+    void vRecvMemoryRecovery(const CMemoryInfo* info) override;
+    void vRecvMultiSymbolMemoryRecovery(const std::vector<CMemoryInfo>* infos) override;
+
+    // ---- Window events ----
+    host::ui::LRESULT handleMessage(const host::ui::Message& message) override;
+    bool preTranslateMessage(const host::ui::Message& message) override;
+    host::ui::LRESULT eraseBackground(host::ui::DeviceContext& dc) override;
+
+    // ---- Shell, creation and lifecycle ----
+    void vViewCreate();
+    void CreateControls(int mode, const host::ui::Rect& rect, const host::ui::Font& font);
+    void CreateFunctionBtn();
+    void CreateTypeBtn();
+    TRVQuoteBaseView* CreateView(const CRuntimeClass* runtimeClass, const CString& name, int id,
+                                 const host::ui::Rect& rect);
+    void DrawTitile(host::ui::DeviceContext& dc);
+    void CheckInitialView(int& mode) const;
+    void vUpdateView();
+    void vRealUpdateView();
+    host::ui::LRESULT OnChangeSize(host::ui::WPARAM wParam, host::ui::LPARAM lParam);
+    host::ui::LRESULT OnTimerMessage(const host::ui::Message& message);
+    host::ui::LRESULT OnCtlColor(host::ui::DeviceContext& dc, host::ui::Window* control, int type);
+
+    // ---- Function modes and layout ----
+    void SwitchFunction(int mode);
+    void ShowHideCtrObject(int mode);
+    void vSetComponentPos();
+    int iGetFunctionID(int stored) const;
+    int iGetFunctionID(const CString& name) const;
+    int iGetTabIndex(int mode) const;
+    void OnSelchangeTabMode(const host::ui::NotifyInfo& info);
+    void OnBtnChangeShowType();
+    void SetStoryShowType(unsigned short showType);
+    unsigned short GetStoryShowType() const { return m_wStoryShowType; }
+    void SetStoryWndStyle();
+    void vSetNewsType(int newsType) { m_iNewsType = newsType; }
+    int GetNewsType() const { return m_iNewsType; }
+    bool IsStoryDlgOnTop() const;
+
+    // ---- Settings ----
+    void GetConfigFromIni();
+    void vInitialNewsService(TRVCfgIO2* cfg, const CString& section, int layout1, int layout2);
+    bool bInitialSymbolInfo(TRVCfgIO2* cfg, const CString& section, int layout1, int layout2);
+    bool bInitialSearchCtrl(TRVCfgIO2* cfg, const CString& section, int layout1, int layout2);
+    void InitialNewsRelateQuoteView();
+
+    // ---- Services and symbol binding ----
+    bool RegisterService(unsigned char service);
+    bool UnRegisterService(unsigned char service);
+    bool RegisterService();
+    bool UnRegisterService();
+    void CheckRegisterService();
+    void OnSelectService();
+    void OnSelectCheckService(unsigned id);
+    void vGetNewsActiveService(std::vector<unsigned char>& services) const;
+    int iInitServiceComboBox(unsigned char& selected);
+    int iInitSymbolComboBox(unsigned char service);
+    void OnSelchangeComboService();
+    void OnSelchangeComboSymbol();
+    void vOnChangeServiceCombobox(unsigned char service);
+    void vOnChangeSymbolCombobox();
+    void vDoNormalChangeSymbol(unsigned char service, const CString& code);
+    int IsSupportNews(unsigned char service, const CString& code) const;
+    bool bUpdateSymbolVec();
+    void GetSymbolNews(const CString& code);
+    void OnSelSymbol(const CString& code);
+    void ChangeNewsSymbolList();
+
+    // ---- Categories and colours ----
+    bool bInitialTransferCatObject();
+    bool bInitialTransferWarrantCatObject();
+    bool bInitialCategoryInfo(TRVCfgIO2* cfg, const CString& section, int layout1, int layout2);
+    CString cszTransferCatIDToCatName(int id) const;
+    int GetCategoryIDbyName(const CString& name) const;
+    int GetCategoryColor(const CString& name, COLORREF& text, COLORREF& background) const;
+    void vRefreshCategoryCombo(const CString& select);
+    void OnSelchangeComboIndex();
+    void ChangeCurrViewCategoryState(bool show);
+    void OnChangeCategoryState();
+
+    // ---- Input, keys and context menu ----
+    host::ui::LRESULT OnKeyDownMessage(const host::ui::Message& message);
+    host::ui::LRESULT OnKeyUpMessage(const host::ui::Message& message);
+    host::ui::LRESULT OnLButtonDblClkMessage(const host::ui::Message& message);
+    host::ui::LRESULT OnLButtonUpMessage(const host::ui::Message& message);
+    host::ui::LRESULT OnMouseWheelMessage(const host::ui::Message& message);
+    host::ui::LRESULT OnVScrollMessage(const host::ui::Message& message);
+    host::ui::LRESULT OnHScrollMessage(const host::ui::Message& message);
+    host::ui::LRESULT OnContextMenuMessage(const host::ui::Message& message);
+    host::ui::LRESULT OnSizeMessage(const host::ui::Message& message);
+    void OnBtnPageUp();
+    void OnBtnPageDown();
+    void OnShowStory();
+    void vShowTip(const host::ui::Rect& rect, const CString& text);
+    void vOnEnterDown();
+    void OnUpdateEdit();
+
+    // ---- Headline lists and grids ----
+    void vInitialSheetWnd(host::ui::CSuperSheetWnd*& grid, const host::ui::Rect& rect, int gridId);
+    bool InitialHeadlineTable(int list);
+    void vFillHeadlineTable(host::ui::CSuperSheetWnd* grid, const HeadlineTableList& table, bool flag);
+    void vFillHeadline(int list, host::ui::CSuperSheetWnd* grid, const HeadlineTableList& table, bool showDate);
+    void vFillTempHeadline(host::ui::CSuperSheetWnd* grid, const HeadlineTableList& table, bool showDate);
+    void vFillSheet(host::ui::CSuperSheetWnd* grid, std::size_t row, const CString& time, const CString& category,
+                    const CString& title, int categoryId);
+    void vUpdateHeadline(host::ui::CSuperSheetWnd* grid, std::size_t row, const CHeadline& headline, bool showDate);
+    void vGetTimeString(CString& out, const CHeadline& headline, bool showDate) const;
+    void vGetTimeString(CString& out, const CHeadlineTable& entry, bool showDate) const;
+    void vGetShowedHeadlineTable(std::vector<CHeadlineTable>& out, host::ui::CSuperSheetWnd* grid,
+                                 const HeadlineTableList& table) const;
+    CHeadlineTable GetHeadlineTable(int row) const;
+    bool bGetHeadlineTable(CHeadlineTable& entry, int list, int row) const;
+    int iGetHeadlineTableSize(int list) const;
+    host::ui::CSuperSheetWnd* pGetCurrSheetView() const;
+    int GetSheetWidth() const;
+
+    // ---- Real-time intake and date paging ----
+    void vProcessNewHeadline(host::ui::CSuperSheetWnd* grid, HeadlineTableList& table, const CHeadline& headline,
+                             bool showDate);
+    void vInsertHeadline(host::ui::CSuperSheetWnd* grid, const CHeadline& headline, bool showDate, std::size_t row);
+    void vUpdateHeadline(int list, host::ui::CSuperSheetWnd* grid, const std::vector<CHeadlineTable>& entries,
+                         const HeadlineTableList& table, bool showDate);
+    void vUpdataTopHeadline(host::ui::CSuperSheetWnd* grid, const HeadlineTableList& table, bool showDate);
+    void vDeleteHeadline(host::ui::CSuperSheetWnd* grid, std::size_t row);
+    void vChangeNewsTable(host::ui::CSuperSheetWnd* grid, HeadlineTableList& table, int kind, const CString& key);
+    bool bChangeDate(const host::ui::Date& date);
+    bool bChangeDateByNewHeadLine();
+    void OnDateTimeChange(const host::ui::NotifyInfo& info);
+    void OnDateTimeCloseUp(const host::ui::NotifyInfo& info);
+    void OnDateTimeDropDown(const host::ui::NotifyInfo& info);
+    bool bChangeNewsPos(int list, int row);
+    int iBeSelectNewsNum() const;
+    bool bFindHeadlineTable(const CHeadlineTable& entry, const HeadlineTableList& table) const;
+
+    // ---- Recovery ----
+    void OnReCoverHeadline();
+    void OnReCoverHeadlineTable();
+    void OnReCoverStory();
+
+    // ---- Search results ----
+    void OnSearch();
+    void ProcessNewSearchHeadline(CSearch& condition, host::ui::CSuperSheetWnd* grid, HeadlineTableList& table,
+                                  const CHeadline& headline, const CString& key);
+    bool CheckIsRelationSearch(const CHeadline& headline, int categoryId, const CString& symbolText) const;
+    void vDoSearchChangeSymbol(const CSearch& condition, unsigned char market, const CString& symbolCode);
+
+    // ---- Search dialogs, printing and saving ----
+    void OnRelationSearchDlg();
+    void OnDealsSearchDlg();
+    void OnDealsSearch();
+    void OnWarningSearchDlg();
+    void OnBtnPrint();
+    void OnBtnSaveas();
+    void OnPrintNews();
+    void OnSaveNews();
+
+    // ---- Read access for the story displays, the hosts and tests ----
+    int iGetCurrFunction() const { return m_iCurrFunction; }
+    unsigned GetFunctionMask() const { return m_uFunctionMask; }
+    void SetFunctionMask(unsigned mask) { m_uFunctionMask = mask; }
+    host::ui::CSuperSheetWnd* GetSheet(int list) const;
+    const HeadlineTableList* GetTable(int list) const;
+    const std::vector<NewsServiceEntry>& GetServiceList() const { return m_vService; }
+    int GetWarrantServiceIndex() const { return m_iWarrantIndex; }
+    NewsStoryView* GetStoryPane() const { return m_pStoryView; }
+    std::int64_t GetCreateTime() const { return m_tCreateTime; }
+    std::vector<RelationCondition>& RelationConditions() { return m_vRelation; }
+    bool IsShowNormalSearch() const { return m_byShowNormalSearch != 0; }
+    bool IsShowWarningSearch() const { return m_byShowWarningSearch != 0; }
+
+private:
+    static const host::MessageMap<TRVNewsCtrlView>& GetMessageMap();
+    // Language text of a key through the back end.
+    static CString Lang(const char* key);
+
+    // ---- Shell state ----
+    host::ui::TabStrip* m_pTab = nullptr;                               // owned by the window
+    std::array<host::ui::CSuperSheetWnd*, news::kModeCount> m_pSheet{}; // owned by the window; null: mode off
+    std::array<HeadlineTableList, news::kModeCount> m_vHeadlineTable;
+    int m_iCurrFunction = news::kModeAllNews;
+    unsigned m_uFunctionMask = news::kMaskAllNews | news::kMaskCategory | news::kMaskSymbol | news::kMaskSearch |
+                               news::kMaskWarrant | news::kMaskWarningSearch;
+    unsigned char m_byShowNormalSearch = 0;
+    unsigned char m_byShowWarningSearch = 0;
+    std::unique_ptr<host::ui::PopupMenu> m_pServiceMenu;
+    std::unique_ptr<TRVNewsStory> m_pNewsStory;
+    std::unique_ptr<CQuoteDlgTipMsg> m_pTipMsg;
+    CNewsRelateSymbolQuoteView* m_pRelateQuoteView = nullptr; // owned by the window tree
+    NewsStoryView* m_pStoryView = nullptr;                    // owned by the window tree
+    std::unique_ptr<TRVNewsPrint> m_pNewsPrint;
+    std::unique_ptr<TRVSaveToFile> m_pSaveToFile;
+    host::ui::DatePicker* m_pDateTime = nullptr;
+    host::ui::ComboBox* m_pServiceCombo = nullptr;
+    host::ui::ComboBox* m_pCategoryCombo = nullptr;
+    host::ui::ComboBox* m_pSymbolCombo = nullptr;
+    host::ui::Edit* m_pSearchEdit = nullptr;
+    host::ui::Button* m_pServiceButton = nullptr;
+    host::ui::Button* m_pRelationButton = nullptr;
+    host::ui::Button* m_pDealsButton = nullptr;
+    host::ui::Button* m_pSearchButton = nullptr;
+    host::ui::Button* m_pWarningButton = nullptr;
+    host::ui::Button* m_pShowTypeButton = nullptr;
+    std::array<host::ui::Button*, 4> m_pFunctionBtn{}; // page down, page up, save-as, print
+    host::ui::TipWindow* m_pTipWindow = nullptr;
+    host::ui::Font m_font;
+    int m_iLastGridWidth = 0;
+    unsigned char m_byCategoryState = 1;
+    COLORREF m_crBackground = 0;
+    COLORREF m_crRowBack1 = 0;
+    COLORREF m_crRowBack2 = 0;
+    std::int64_t m_tCreateTime = 0;
+    bool m_bInitialized = false;
+    bool m_bTipShown = false;
+
+    // ---- Modes and layout ----
+    int m_iNewsType = 0;
+    unsigned short m_wStoryShowType = 1;
+    int m_iFocusedTab = 0;
+    bool m_bLoadedAllNews = false;
+    bool m_bLoadedRelation = false;
+    bool m_bLoadedCategoryInfo = false;
+    bool m_bLoadedSymbolInfo = false;
+    int m_iShowedStoryRow = -1;
+
+    // ---- Settings ----
+    TRVCfgIO2* m_pCfg = nullptr; // lent by the host for the once-only loaders
+    CString m_strCfgSection;
+    int m_iLayout1 = 0;
+    int m_iLayout2 = 0;
+
+    // ---- Services and symbols ----
+    std::vector<NewsServiceEntry> m_vService;
+    std::vector<NewsServiceEntry> m_vServiceSaved;
+    std::vector<bool> m_vRegistered;
+    int m_iWarrantIndex = -1;
+    std::vector<unsigned char> m_vSymbolService; // service combo order
+    std::vector<NewsSymbolRecord> m_vSymbol;     // symbol combo order
+    std::map<CString, int> m_mapSymbolIndex;     // code -> symbol combo index
+    unsigned char m_byNewsSymbolService = 0;
+    CString m_strNewsSymbolCode;
+    unsigned char m_byPrevSymbolService = 0;
+    bool m_bSymbolFromLink = false;
+
+    // ---- Categories ----
+    std::map<int, CString> m_mapCatIdToName;
+    std::map<CString, int> m_mapCatNameToId;
+    std::map<int, CString> m_mapWarrantCatIdToName;
+    std::map<CString, int> m_mapWarrantCatNameToId;
+
+    // ---- Intake and date paging ----
+    std::int64_t m_tCurrNewsDay = 0; // local midnight of the current news day
+    host::ui::Date m_dtPicked{};     // the date in force in the date picker
+    unsigned char m_byDateRange = 0;
+    bool m_bDateDropDown = false;
+    bool m_bShownAllNews = false;
+    bool m_bShownCategory = false;
+    bool m_bShownSymbol = false;
+    bool m_bShownRelation = false;
+
+    // ---- Search ----
+    CSearch m_searchCondition;        // ordinary search (quick search and deals search)
+    CSearch m_searchEdited;           // the condition the deals dialog starts from
+    CSearch m_secondSearchCondition;  // answered as kind 4
+    CSearch m_warningCondition;       // warning-term search
+    bool m_bWarningSearch = false;
+    bool m_bWarningResults = false;
+    std::vector<CString> m_vSearchHistory;
+    std::vector<CString> m_vKeywordPool;
+    std::vector<CSearch> m_vRecentSearch;
+    std::vector<CSearch> m_vWarningItems;
+    int m_iWarningItemOrder = 0;
+    CString m_strSearchText;
+    CString m_strPrevSearchText;
+    std::vector<RelationCondition> m_vRelation;
+};
