@@ -24,21 +24,24 @@ public:
 
     std::size_t size() const;
     bool empty() const { return size() == 0; }
-    // Entry at row; row must be < size().
-    const CHeadlineTable& operator[](std::size_t row) const;
+    // Entry at row; row must be < size(). Returned by value: entries are stored packed
+    // (29 bytes of fields instead of a padded 40-byte struct), so there is no
+    // CHeadlineTable object to refer to.
+    CHeadlineTable operator[](std::size_t row) const;
     CHeadlineTable at(std::size_t row) const { return (*this)[row]; }
 
     void clear();
     void assign(const std::vector<CHeadlineTable>& entries);
     void append(const std::vector<CHeadlineTable>& entries);
     std::vector<CHeadlineTable> toVector() const;
-    // Copies up to count entries starting at first (cut at the end of the list).
+    // Replaces out with up to count entries starting at first (cut at the end of the list).
     void copyRange(std::size_t first, std::size_t count, std::vector<CHeadlineTable>& out) const;
 
     // Stable sort, newest first: time, sequence number, second 64-bit value, last field, all
     // descending; entries equal in all four keep their order.
     void sortNewestFirst();
 
+    // A row past the end appends; erasing a row past the end does nothing.
     void insert(std::size_t row, const CHeadlineTable& entry);
     void erase(std::size_t row);
 
@@ -59,13 +62,19 @@ public:
         std::size_t removedRow = 0;    // resent: row deleted after the top insert (counted after it)
         bool removed = false;          // resent: whether a later duplicate was found and removed
         std::size_t insertedRow = 0;   // row of the new entry (0 for a resent headline)
+
+        bool operator==(const PushResult&) const = default;
     };
     // Puts one pushed headline into the list: a re-sent headline (same service, sequence
     // number and local day) gets a new key entry at the top and its first later duplicate
     // removed; a new headline goes above the first entry with an earlier time.
     PushResult processPush(const CHeadline& headline);
 
+    // Heap bytes held by the list (entries and indexes), for memory budgets.
+    std::size_t bytesUsed() const;
+
 private:
     struct Impl;
+    Impl& impl();
     std::unique_ptr<Impl> m_impl;
 };
