@@ -28,6 +28,15 @@ COLORREF CSyncInfo::SYS_crGetOtherColor(const CString& name) const {
     return it == m_colors.end() ? 0 : it->second;
 }
 
+bool CSyncInfo::SYS_bFindOtherColor(const CString& name, COLORREF& color) const {
+    const auto it = m_colors.find(name);
+    if (it == m_colors.end()) {
+        return false;
+    }
+    color = it->second;
+    return true;
+}
+
 void CSyncInfo::reset() {
     using host::ui::RGB;
     m_iPopupWndPosition = 0;

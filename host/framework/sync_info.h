@@ -36,6 +36,8 @@ public:
 
     // Named colours ("COLOR_LISTCTL_NORMALTEXT", ...); unknown names give black.
     COLORREF SYS_crGetOtherColor(const CString& name) const;
+    // The named colour when the host set one; false (colour unchanged) otherwise.
+    bool SYS_bFindOtherColor(const CString& name, COLORREF& color) const;
     void setOtherColor(const CString& name, COLORREF color) { m_colors[name] = color; }
 
     CSettingCFG* GetSettingCFG() { return &m_setting; }

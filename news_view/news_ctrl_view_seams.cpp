@@ -1,0 +1,240 @@
+// Operations of the view whose work belongs to parts of the module that are not built yet: the
+// story pane and dialog, the tip window, keys and the context menu, recovery and search
+// answers, the search dialogs, printing, saving and the related-symbol quote view. Each one
+// does the least that keeps the view consistent (no data is made up) until its part replaces
+// it. Simple input handling that the first views need (scrolling, the wheel, tips, the search
+// text) is already real here.
+#include "host/backend/bk_quote_interface.h"
+#include "host/framework/sync_info.h"
+#include "news_view/news_ctrl_view.h"
+
+using host::ui::LRESULT;
+using host::ui::Message;
+namespace win = host::ui::win;
+
+// ---- Story pane and dialog ----
+
+void TRVNewsCtrlView::vAttachStoryPane(TRVQuoteBaseView* pane) {
+    // The pane's typed pointer, its news parent and its font are set here once its class exists.
+    m_pStoryPane = pane;
+}
+
+void TRVNewsCtrlView::OnShowStory() {
+    // The story displays show the focused row once they exist; the grid keeps its selection.
+}
+
+void TRVNewsCtrlView::OnBtnPageUp() {
+    // Pages the story pane back by one headline once the pane exists.
+}
+
+void TRVNewsCtrlView::OnBtnPageDown() {
+    // Pages the story pane on by one headline once the pane exists.
+}
+
+void TRVNewsCtrlView::SetStoryWndStyle() {
+    // Re-applies the pop-up story dialog's z-order once the dialog exists.
+}
+
+void TRVNewsCtrlView::ChangeActiveApp(int /*active*/) {
+    // Keeps the pop-up story dialog's z-order in step with the application once it exists.
+}
+
+// ---- Keys, mouse and context menu ----
+
+bool TRVNewsCtrlView::preTranslateMessage(const Message& message) {
+    // Key routing to the grid and the story comes with the keyboard handling.
+    return TRVQuoteBaseView::preTranslateMessage(message);
+}
+
+LRESULT TRVNewsCtrlView::OnKeyDownMessage(const Message& message) {
+    return TRVQuoteBaseView::handleMessage(message);
+}
+
+LRESULT TRVNewsCtrlView::OnKeyUpMessage(const Message& message) {
+    return TRVQuoteBaseView::handleMessage(message);
+}
+
+LRESULT TRVNewsCtrlView::OnLButtonDblClkMessage(const Message& message) {
+    return TRVQuoteBaseView::handleMessage(message);
+}
+
+LRESULT TRVNewsCtrlView::OnLButtonUpMessage(const Message& message) {
+    return TRVQuoteBaseView::handleMessage(message);
+}
+
+LRESULT TRVNewsCtrlView::OnHScrollMessage(const Message& message) {
+    return TRVQuoteBaseView::handleMessage(message);
+}
+
+LRESULT TRVNewsCtrlView::OnContextMenuMessage(const Message& message) {
+    return TRVQuoteBaseView::handleMessage(message);
+}
+
+LRESULT TRVNewsCtrlView::OnVScrollMessage(const Message& /*message*/) {
+    // Rows scrolled into view are written by the next refresh.
+    vRestartRefreshTimer();
+    ChangeCurrViewCategoryState(m_byCategoryState != 0);
+    return 0;
+}
+
+LRESULT TRVNewsCtrlView::OnMouseWheelMessage(const Message& message) {
+    if (host::ui::CSuperSheetWnd* grid = pGetCurrSheetView()) {
+        grid->postMessage(message.message, message.wParam, message.lParam);
+    }
+    return 1;
+}
+
+void TRVNewsCtrlView::vShowTip(const host::ui::Rect& rect, const CString& text) {
+    if (m_pTipWindow == nullptr && GetWnd() != nullptr) {
+        m_pTipWindow = GetWnd()->createTipWindow();
+    }
+    if (m_pTipWindow == nullptr) {
+        return;
+    }
+    constexpr int kTipStyle = 3;
+    constexpr int kTipDurationMs = 2000;
+    const host::ui::Point centre{rect.left + (rect.right - rect.left) / 2, rect.top + (rect.bottom - rect.top) / 2};
+    m_pTipWindow->showTip(CString{}, text, centre, kTipStyle, 0, kTipDurationMs);
+    m_bTipShown = true;
+}
+
+void TRVNewsCtrlView::vOnEnterDown() {
+    OnSearch();
+}
+
+void TRVNewsCtrlView::OnUpdateEdit() {
+    if (m_pSearchEdit != nullptr) {
+        m_strSearchText = m_pSearchEdit->text();
+    }
+}
+
+// ---- Recovery and back-end answers ----
+
+void TRVNewsCtrlView::OnReCoverHeadline() {
+    // Re-requests the headlines of the selected rows once recovery is built.
+}
+
+void TRVNewsCtrlView::OnReCoverHeadlineTable() {
+    // Re-requests the current list's table once recovery is built.
+}
+
+void TRVNewsCtrlView::OnReCoverStory() {
+    // Re-requests the focused row's story once recovery and the story displays are built.
+}
+
+void TRVNewsCtrlView::RespHeadLine(const std::vector<CHeadlineTable>& /*entries*/) {
+    // Headlines became available: the next refresh writes the rows that are on screen.
+    vRestartRefreshTimer();
+}
+
+void TRVNewsCtrlView::RespStory(const CHeadlineTable& /*entry*/) {
+    // Goes to the story displays and the print and save jobs once they exist.
+}
+
+void TRVNewsCtrlView::StoryUpdateNotify(const CHeadlineTable* /*entry*/) {
+    // Goes to the story displays once they exist.
+}
+
+void TRVNewsCtrlView::vRecvAllHeadlineTableRecovery(const CHeadlineTableInfo* /*info*/) {
+    // Rebuilds the date lists from a re-sent table once recovery is built.
+}
+
+void TRVNewsCtrlView::vRecvCatHeadlineTableRecovery(const CHeadlineTableInfo* /*info*/) {
+    // Rebuilds the category list from a re-sent table once recovery is built.
+}
+
+void TRVNewsCtrlView::vRecvSymHeadlineTableRecovery(const CHeadlineTableInfo* /*info*/) {
+    // Rebuilds the symbol list from a re-sent table once recovery is built.
+}
+
+void TRVNewsCtrlView::vRecvNewsRelateSymbolListRecovery(const CNewsSymlistInfo* /*info*/) {
+    // Goes to the related-symbol quote view once it exists.
+}
+
+void TRVNewsCtrlView::vRecvNewMemory(const CMemoryInfo* /*info*/) {
+    // Quote data for the related-symbol quote view; nothing to do without it.
+}
+
+void TRVNewsCtrlView::vRecvMemoryRecovery(const CMemoryInfo* /*info*/) {
+    // Quote data for the related-symbol quote view; nothing to do without it.
+}
+
+void TRVNewsCtrlView::vRecvMultiSymbolMemoryRecovery(const std::vector<CMemoryInfo>* /*infos*/) {
+    // Quote data for the related-symbol quote view; nothing to do without it.
+}
+
+// ---- Search ----
+
+void TRVNewsCtrlView::OnSearch() {
+    // The quick search of the search box comes with search results intake.
+    m_iShowedStoryRow = -1;
+}
+
+void TRVNewsCtrlView::RespSearchHeadLineTable(const CSearch& /*condition*/, unsigned char /*service*/) {
+    // Search answers are merged into the search lists once search intake is built.
+}
+
+void TRVNewsCtrlView::ProcessNewSearchHeadline(CSearch& /*condition*/, host::ui::CSuperSheetWnd* /*grid*/,
+                                               HeadlineTableList& /*table*/, const CHeadline& /*headline*/,
+                                               const CString& /*key*/) {
+    // Pushed headlines join the warning-term results once search intake is built.
+}
+
+void TRVNewsCtrlView::vDoSearchChangeSymbol(const CSearch& /*condition*/, unsigned char /*market*/,
+                                            const CString& /*symbolCode*/) {
+    // A symbol change re-runs the shown search once search intake is built.
+}
+
+bool TRVNewsCtrlView::bInitialSearchCtrl(TRVCfgIO2* /*cfg*/, const CString& /*section*/, int /*layout1*/,
+                                         int /*layout2*/) {
+    // The saved keywords, recent searches, key sets and warning items load with the dialogs.
+    return false;
+}
+
+// ---- Search dialogs, printing, saving ----
+
+void TRVNewsCtrlView::OnRelationSearchDlg() {
+    // Opens the keyword-set dialog once it exists.
+}
+
+void TRVNewsCtrlView::OnDealsSearchDlg() {
+    // Opens the advanced search dialog once it exists.
+}
+
+void TRVNewsCtrlView::OnDealsSearch() {
+    // Sends the prepared search to the services once deals search is built.
+}
+
+void TRVNewsCtrlView::OnWarningSearchDlg() {
+    // Opens the warning-term dialog once it exists.
+}
+
+void TRVNewsCtrlView::OnBtnPrint() {
+    OnPrintNews();
+}
+
+void TRVNewsCtrlView::OnBtnSaveas() {
+    OnSaveNews();
+}
+
+void TRVNewsCtrlView::OnPrintNews() {
+    // Prints the selected headlines and their stories once printing exists.
+}
+
+void TRVNewsCtrlView::OnSaveNews() {
+    // Saves the selected headlines and their stories once saving exists.
+}
+
+// ---- Related-symbol quote view ----
+
+void TRVNewsCtrlView::InitialNewsRelateQuoteView() {
+    // Creates the related-symbol quote view beside the story once it exists.
+}
+
+void TRVNewsCtrlView::vReRegisterSymbols() {
+    // Forwarded to the related-symbol quote view once it exists.
+}
+
+void TRVNewsCtrlView::vUnregisterViewSymbol() {
+    // Forwarded to the related-symbol quote view once it exists.
+}
