@@ -13,6 +13,7 @@
 #include "host/ui/controls.h"
 #include "host/ui/menu.h"
 #include "host/ui/sheet.h"
+#include "news_view/late_owned.h"
 #include "news_view/news_ids.h"
 
 class NewsStoryView;
@@ -216,6 +217,8 @@ public:
     bool bChangeNewsPos(int list, int row);
     int iBeSelectNewsNum() const;
     bool bFindHeadlineTable(const CHeadlineTable& entry, const HeadlineTableList& table) const;
+    // The text of the last tip shown over a grid (date range, new news day).
+    const CString& GetLastTipText() const { return m_strLastTip; }
 
     // ---- Recovery ----
     void OnReCoverHeadline();
@@ -252,6 +255,11 @@ public:
     std::vector<RelationCondition>& RelationConditions() { return m_vRelation; }
     bool IsShowNormalSearch() const { return m_byShowNormalSearch != 0; }
     bool IsShowWarningSearch() const { return m_byShowWarningSearch != 0; }
+    // The story pane as the window tree holds it (null when its class is not loaded).
+    TRVQuoteBaseView* GetStoryPaneView() const { return m_pStoryPane; }
+
+protected:
+    void OnDraw(host::ui::DeviceContext& dc) override;
 
 private:
     static const host::MessageMap<TRVNewsCtrlView>& GetMessageMap();
@@ -268,12 +276,12 @@ private:
     unsigned char m_byShowNormalSearch = 0;
     unsigned char m_byShowWarningSearch = 0;
     std::unique_ptr<host::ui::PopupMenu> m_pServiceMenu;
-    std::unique_ptr<TRVNewsStory> m_pNewsStory;
-    std::unique_ptr<CQuoteDlgTipMsg> m_pTipMsg;
+    news::LateOwned<TRVNewsStory> m_pNewsStory;
+    news::LateOwned<CQuoteDlgTipMsg> m_pTipMsg;
     CNewsRelateSymbolQuoteView* m_pRelateQuoteView = nullptr; // owned by the window tree
     NewsStoryView* m_pStoryView = nullptr;                    // owned by the window tree
-    std::unique_ptr<TRVNewsPrint> m_pNewsPrint;
-    std::unique_ptr<TRVSaveToFile> m_pSaveToFile;
+    news::LateOwned<TRVNewsPrint> m_pNewsPrint;
+    news::LateOwned<TRVSaveToFile> m_pSaveToFile;
     host::ui::DatePicker* m_pDateTime = nullptr;
     host::ui::ComboBox* m_pServiceCombo = nullptr;
     host::ui::ComboBox* m_pCategoryCombo = nullptr;
@@ -296,6 +304,26 @@ private:
     std::int64_t m_tCreateTime = 0;
     bool m_bInitialized = false;
     bool m_bTipShown = false;
+    TRVQuoteBaseView* m_pStoryPane = nullptr; // owned by the window tree; typed access comes with its class
+    bool m_bViewCreated = false;              // vViewCreate ran
+    bool m_bLaidOut = false;                  // vSetComponentPos ran once
+    // Seconds since 1970 from the host clock (0 without one).
+    static std::int64_t tNow();
+    // Whether a story display (pane or pop-up dialog) exists, which mode switching requires.
+    bool bHasStoryDisplay() const;
+    // Connects a freshly created story pane to this view.
+    void vAttachStoryPane(TRVQuoteBaseView* pane);
+    // The client rectangle below the title band.
+    host::ui::Rect GetViewArea() const;
+    // Restarts the deferred refresh without going through the layout.
+    void vRestartRefreshTimer();
+    // WM_CTLCOLOR: wParam the device context, lParam the control.
+    host::ui::LRESULT OnCtlColorMessage(const host::ui::Message& message);
+    // The WM_CTLCOLOR kind of a control.
+    static int iGetCtlColorType(const host::ui::Window* control);
+    // Results of OnCtlColor: the null stock brush, or the view's background (its colour set into the context).
+    static constexpr host::ui::LRESULT kCtlColorNullBrush = 0;
+    static constexpr host::ui::LRESULT kCtlColorViewBackground = 1;
 
     // ---- Modes and layout ----
     int m_iNewsType = 0;
@@ -306,6 +334,11 @@ private:
     bool m_bLoadedCategoryInfo = false;
     bool m_bLoadedSymbolInfo = false;
     int m_iShowedStoryRow = -1;
+    int m_iCtrlRightEdge = 0; // rightmost edge reached by the control row in the last layout
+    // Places the controls of the control row; returns the rightmost edge reached.
+    int iPlaceControlRow(const host::ui::Rect& area, int top, int bottom, int fontHeight);
+    // Places the page, save-as and print buttons at the right end of the control row.
+    void vPlaceFunctionButtons(const host::ui::Rect& area, int top, int bottom, int rightmost, int fontHeight);
 
     // ---- Settings ----
     TRVCfgIO2* m_pCfg = nullptr; // lent by the host for the once-only loaders
@@ -325,12 +358,39 @@ private:
     CString m_strNewsSymbolCode;
     unsigned char m_byPrevSymbolService = 0;
     bool m_bSymbolFromLink = false;
+    // Position in the service menu of the item for service record index; -1 when it has none.
+    int serviceMenuPosition(std::size_t index) const;
+    // The code of the symbol-combo selection; empty when nothing is selected.
+    CString selectedSymbolCode() const;
+    // Refills list 2 with the selected services' news of one symbol.
+    void reloadSymbolTable(const CString& code);
+    // Shows or hides the grid and the three controls of the symbol-news mode.
+    void showSymbolControls(bool show);
 
     // ---- Categories ----
     std::map<int, CString> m_mapCatIdToName;
     std::map<CString, int> m_mapCatNameToId;
     std::map<int, CString> m_mapWarrantCatIdToName;
     std::map<CString, int> m_mapWarrantCatNameToId;
+    // The category id text of the category-combo selection; empty when nothing is selected.
+    CString cszGetSelectedCategoryID() const;
+    // The host's colours of a category the catalogue knows; false (colours unchanged) otherwise.
+    bool bGetCategoryColorById(int id, COLORREF& text, COLORREF& background) const;
+    // Refills the category combo from the back end and selects the entry with this id (-1: the first).
+    void vFillCategoryCombo(int selectId);
+    // Rebuilds list 1 for the category-combo selection.
+    void vLoadCategoryTable();
+
+    // ---- Headline lists ----
+    // A title or category name as shown for a service: converted to simplified characters,
+    // with the news term replaced, when the host asks for it; unchanged otherwise.
+    CString cszShowText(unsigned char service, const CString& text) const;
+    // Rows of a grid that are on screen: the first visible row and the count (rows per page
+    // plus one), cut at the end of the table.
+    void vGetVisibleRows(const host::ui::CSuperSheetWnd* grid, const HeadlineTableList& table, std::size_t& first,
+                         std::size_t& count) const;
+    // The services whose headlines a list shows, in service-list order.
+    std::vector<unsigned char> vGetListServices(int list) const;
 
     // ---- Intake and date paging ----
     std::int64_t m_tCurrNewsDay = 0; // local midnight of the current news day
@@ -341,6 +401,26 @@ private:
     bool m_bShownCategory = false;
     bool m_bShownSymbol = false;
     bool m_bShownRelation = false;
+    CString m_strLastTip; // the text of the last tip shown over a grid
+    // Records the tip and shows it in the tip window (when there is one) over the grid.
+    void showGridTip(host::ui::CSuperSheetWnd* grid, const CString& text);
+    // The date in force: the last date taken, else the current news day the picker opens on.
+    host::ui::Date pickedDate() const;
+    // Local midnight of the current news day; the creation day until the back end announces one.
+    std::int64_t currentNewsDay() const;
+    // The list index whose grid this is; -1 for none.
+    int listOfGrid(const host::ui::CSuperSheetWnd* grid) const;
+    // Appends the tables of the selected services (key form) to out.
+    void appendSelectedTables(std::vector<CHeadlineTable>& out, int kind, const CString& key) const;
+    // Appends the entries of one service's table whose headline passes the relation test.
+    void appendRelationEntries(std::vector<CHeadlineTable>& out, unsigned char service,
+                               const std::vector<CHeadlineTable>& entries) const;
+    // Replaces a list's table and rows with entries, newest first, and fills the visible rows.
+    void setListEntries(int list, const std::vector<CHeadlineTable>& entries);
+    // Empties a list's grid and table.
+    void clearList(int list);
+    // Passes a pushed headline on to the story display in use.
+    void passHeadlineToStory(const CHeadline& headline);
 
     // ---- Search ----
     CSearch m_searchCondition;        // ordinary search (quick search and deals search)
