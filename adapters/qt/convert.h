@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QColor>
+#include <QFont>
+#include <QPoint>
+#include <QRect>
+
+#include "host/ui/geometry.h"
+
+// Value conversions between the host's Windows-style types and Qt's.
+namespace qthost {
+
+// The family a font falls back to when the module names none.
+inline constexpr const char* kDefaultFontFamily = "Noto Sans CJK TC";
+
+// Host rectangles exclude right and bottom; QRect::right() is inclusive, so only
+// position and size are carried over.
+inline QRect toQRect(const host::ui::Rect& r) {
+    return QRect(r.left, r.top, r.Width(), r.Height());
+}
+inline host::ui::Rect toHostRect(const QRect& r) {
+    return host::ui::Rect{r.x(), r.y(), r.x() + r.width(), r.y() + r.height()};
+}
+inline QPoint toQPoint(host::ui::Point p) {
+    return QPoint(p.x, p.y);
+}
+inline host::ui::Point toHostPoint(QPoint p) {
+    return host::ui::Point{p.x(), p.y()};
+}
+
+inline QColor toQColor(COLORREF c) {
+    return QColor(host::ui::GetRValue(c), host::ui::GetGValue(c), host::ui::GetBValue(c));
+}
+inline COLORREF toColorRef(const QColor& c) {
+    return host::ui::RGB(static_cast<std::uint8_t>(c.red()), static_cast<std::uint8_t>(c.green()),
+                         static_cast<std::uint8_t>(c.blue()));
+}
+
+// A QFont for a host font. A negative height is the character height in pixels, a positive
+// one the cell height (ascent plus descent), as with LOGFONT; the weight scale is the same.
+QFont toQFont(const host::ui::Font& font);
+
+} // namespace qthost

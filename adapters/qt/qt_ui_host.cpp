@@ -1,0 +1,76 @@
+#include "adapters/qt/qt_ui_host.h"
+
+#include <QApplication>
+#include <QStyle>
+
+#include "adapters/qt/dialog_service.h"
+#include "adapters/qt/input_router.h"
+#include "adapters/qt/popup_menu.h"
+#include "adapters/qt/view_window.h"
+#include "adapters/qt/window_core.h"
+
+namespace qthost {
+
+QtUiHost::QtUiHost() : m_router(std::make_unique<InputRouter>()), m_dialogs(std::make_unique<QtDialogService>()) {}
+
+QtUiHost::~QtUiHost() {
+    for (const QPointer<QWidget>& widget : m_topLevels) {
+        delete widget.data();
+    }
+}
+
+host::ui::Window* QtUiHost::createWindow(host::ui::Window* parent, int id, const host::ui::Rect& rect,
+                                         host::ui::WindowHandler* handler) {
+    if (parent != nullptr) {
+        WindowCore* parentWindow = WindowCore::fromWindow(parent);
+        return parentWindow == nullptr ? nullptr : parentWindow->createChildWindow(id, rect, handler);
+    }
+    // A top-level window starts hidden, like a platform window created without WS_VISIBLE.
+    QtViewWindow* window = WindowCore::create<QtViewWindow>(nullptr, id, handler);
+    window->place(rect);
+    std::erase_if(m_topLevels, [](const QPointer<QWidget>& w) { return w.isNull(); });
+    m_topLevels.emplace_back(window->widget());
+    return window->announceCreation() ? window : nullptr;
+}
+
+std::unique_ptr<host::ui::PopupMenu> QtUiHost::createPopupMenu() {
+    return std::make_unique<QtPopupMenu>();
+}
+
+host::ui::DialogService& QtUiHost::dialogs() {
+    return *m_dialogs;
+}
+
+host::ui::Window* QtUiHost::activeWindow() const {
+    const QWidget* active = QApplication::activeWindow();
+    WindowCore* window = active == nullptr ? nullptr : WindowCore::fromWidget(active);
+    return window == nullptr ? nullptr : &window->hostWindow();
+}
+
+bool QtUiHost::isKeyDown(unsigned virtualKey) const {
+    return m_router->isKeyDown(virtualKey);
+}
+
+int QtUiHost::systemMetricCaptionButtonWidth() const {
+    const int width = QApplication::style()->pixelMetric(QStyle::PM_TitleBarButtonSize);
+    return width > 0 ? width : 18;
+}
+
+host::ui::Window* QtUiHost::wrapWidget(QWidget* widget, host::ui::WindowHandler* handler) {
+    if (WindowCore* existing = WindowCore::fromWidget(widget)) {
+        return &existing->hostWindow();
+    }
+    return WindowCore::create<QtForeignWindow>(widget, handler);
+}
+
+QWidget* QtUiHost::widgetOf(const host::ui::Window* window) {
+    WindowCore* core = WindowCore::fromWindow(window);
+    return core == nullptr ? nullptr : core->widget();
+}
+
+host::ui::Window* QtUiHost::windowOf(const QWidget* widget) {
+    WindowCore* core = WindowCore::fromWidget(widget);
+    return core == nullptr ? nullptr : &core->hostWindow();
+}
+
+} // namespace qthost

@@ -1,0 +1,568 @@
+#include "adapters/qt/sheet_window.h"
+
+#include <QContextMenuEvent>
+#include <QGuiApplication>
+#include <QHeaderView>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <QTableView>
+#include <algorithm>
+
+#include "adapters/qt/convert.h"
+#include "adapters/qt/key_codes.h"
+#include "adapters/qt/sheet_model.h"
+#include "host/ui/registered_messages.h"
+
+namespace qthost {
+
+namespace win = host::ui::win;
+using host::ui::LPARAM;
+using host::ui::LRESULT;
+using host::ui::Message;
+using host::ui::WPARAM;
+
+namespace {
+
+constexpr unsigned kSbThumbPosition = 4;
+constexpr unsigned kSbTop = 6;
+constexpr unsigned kSbBottom = 7;
+constexpr int kWheelRowsPerNotch = 3;
+
+// Marks the user's scrolling, which the parent hears about, apart from the program's.
+class UserScroll {
+public:
+    explicit UserScroll(int& depth) : m_depth(depth) { ++m_depth; }
+    ~UserScroll() { --m_depth; }
+    UserScroll(const UserScroll&) = delete;
+    UserScroll& operator=(const UserScroll&) = delete;
+
+private:
+    int& m_depth;
+};
+
+// Paints a cell with one fill and one clipped line of text. The style's item painting
+// (focus frames, icons, check boxes, eliding) costs several times more and the grid shows
+// none of it. (Keeping laid-out texts as QStaticText measured slower: the clip it needs per
+// cell costs more than the shaping it saves.)
+class SheetDelegate final : public QAbstractItemDelegate {
+public:
+    using QAbstractItemDelegate::QAbstractItemDelegate;
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        const QVariant background = index.data(Qt::BackgroundRole);
+        if (background.isValid()) {
+            painter->fillRect(option.rect, background.value<QColor>());
+        }
+        const QVariant text = index.data(Qt::DisplayRole);
+        if (text.isValid()) {
+            painter->setPen(index.data(Qt::ForegroundRole).value<QColor>());
+            painter->setFont(option.font);
+            painter->drawText(option.rect.adjusted(3, 0, -2, 0), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+                              text.toString());
+        }
+    }
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& /*index*/) const override {
+        return option.rect.size();
+    }
+};
+
+} // namespace
+
+class SheetView final : public QTableView {
+public:
+    explicit SheetView(QWidget* parent) : QTableView(parent) {}
+    void attach(QtSheet* sheet) { m_sheet = sheet; }
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override { forward(event); }
+    void mouseReleaseEvent(QMouseEvent* event) override { forward(event); }
+    void mouseDoubleClickEvent(QMouseEvent* event) override { forward(event); }
+    void mouseMoveEvent(QMouseEvent* event) override { forward(event); }
+    void contextMenuEvent(QContextMenuEvent* event) override {
+        if (m_sheet != nullptr) {
+            const QPoint global = event->reason() == QContextMenuEvent::Keyboard ? QPoint(-1, -1) : event->globalPos();
+            m_sheet->sendToParent(win::WM_CONTEXTMENU,
+                                  reinterpret_cast<WPARAM>(static_cast<host::ui::CSuperSheetWnd*>(m_sheet)),
+                                  host::ui::MAKELPARAM(global.x(), global.y()));
+        }
+    }
+    // Keys reach the grid as messages (see InputRouter); Qt's own item navigation is unused.
+    void keyPressEvent(QKeyEvent* event) override { event->ignore(); }
+
+private:
+    void forward(QMouseEvent* event) {
+        if (m_sheet != nullptr) {
+            m_sheet->onMouse(event);
+        }
+    }
+    QtSheet* m_sheet = nullptr; // owns this widget's window object through the anchor
+};
+
+QtSheet::QtSheet(QWidget* parent, int id) : WindowImpl(new SheetView(parent), id, nullptr) {
+    auto* view = static_cast<SheetView*>(widget());
+    view->attach(this);
+    m_model = new SheetModel(view);
+    view->setModel(m_model);
+    view->setItemDelegate(new SheetDelegate(view));
+    QHeaderView* rows = view->verticalHeader();
+    rows->hide();
+    rows->setSectionResizeMode(QHeaderView::Fixed);
+    rows->setMinimumSectionSize(1);
+    rows->setDefaultSectionSize(16);
+    QHeaderView* columns = view->horizontalHeader();
+    columns->setSectionResizeMode(QHeaderView::Interactive);
+    columns->setHighlightSections(false);
+    columns->setSectionsClickable(false);
+    columns->setMinimumSectionSize(1);
+    columns->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    columns->setFixedHeight(16);
+    view->setSelectionMode(QAbstractItemView::NoSelection);
+    view->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    view->setWordWrap(false);
+    view->setCornerButtonEnabled(false);
+    view->setTabKeyNavigation(false);
+    view->setAutoScroll(false);
+    view->setFocusPolicy(Qt::StrongFocus);
+    view->setVerticalScrollMode(QAbstractItemView::ScrollPerItem);
+    view->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    view->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+
+    QScrollBar* vbar = view->verticalScrollBar();
+    // The bar announces a user's action (a drag, a click, a wheel turn) just before it moves.
+    QObject::connect(vbar, &QScrollBar::actionTriggered, view, [this](int) { m_sliderAction = true; });
+    QObject::connect(vbar, &QScrollBar::valueChanged, view, [this] { onScrolled(); });
+    applyStyleSheet();
+}
+
+QTableView& QtSheet::tableView() const {
+    return *static_cast<QTableView*>(widget());
+}
+QWidget* QtSheet::paintTarget() const {
+    return tableView().viewport();
+}
+
+void QtSheet::publish() const {
+    if (m_model->hasPendingChanges()) {
+        m_model->publish();
+    }
+}
+
+int QtSheet::rowHeight() const {
+    return std::max(1, tableView().verticalHeader()->defaultSectionSize());
+}
+
+void QtSheet::onScrolled() {
+    const bool byUser = m_userScroll > 0 || m_sliderAction;
+    m_sliderAction = false;
+    if (byUser) {
+        // The bar's value is the first visible row: rows scroll one by one.
+        sendToParent(win::WM_VSCROLL,
+                     host::ui::MAKEWPARAM(win::SB_THUMBTRACK,
+                                          static_cast<unsigned>(std::max(0, tableView().verticalScrollBar()->value()))),
+                     reinterpret_cast<LPARAM>(static_cast<host::ui::Window*>(this)));
+    }
+}
+
+bool QtSheet::filterEvent(QObject* watched, QEvent* event) {
+    if (watched == widget() && (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut)) {
+        host::ui::NotifyInfo info;
+        info.code = event->type() == QEvent::FocusIn ? win::NM_SETFOCUS : win::NM_KILLFOCUS;
+        notifyParent(info);
+    }
+    return WindowCore::filterEvent(watched, event);
+}
+
+void QtSheet::onSizeChanged(QSize /*size*/) {
+    static const unsigned changeSize = host::ui::RegisterWindowMessageA("RVMSG_CHANGESIZE");
+    sendToParent(changeSize, reinterpret_cast<WPARAM>(static_cast<host::ui::CSuperSheetWnd*>(this)), 0);
+}
+
+LRESULT QtSheet::windowProc(const Message& message) {
+    switch (message.message) {
+    case win::WM_KEYDOWN: {
+        const UserScroll user(m_userScroll);
+        const bool extend = QGuiApplication::keyboardModifiers().testFlag(Qt::ShiftModifier);
+        if (moveFocus(static_cast<unsigned>(message.wParam), extend)) {
+            return 0;
+        }
+        return sendToParent(message.message, message.wParam, message.lParam);
+    }
+    case win::WM_KEYUP:
+    case win::WM_CHAR:
+        return sendToParent(message.message, message.wParam, message.lParam);
+    case win::WM_MOUSEWHEEL: {
+        const UserScroll user(m_userScroll);
+        const int delta = static_cast<short>(host::ui::HIWORD(message.wParam));
+        scrollRows(-delta * kWheelRowsPerNotch / 120);
+        return 0;
+    }
+    case win::WM_VSCROLL:
+    case win::WM_HSCROLL: {
+        const UserScroll user(m_userScroll);
+        publish();
+        QScrollBar* bar =
+            message.message == win::WM_VSCROLL ? tableView().verticalScrollBar() : tableView().horizontalScrollBar();
+        switch (host::ui::LOWORD(message.wParam)) {
+        case win::SB_LINEUP:
+            bar->triggerAction(QAbstractSlider::SliderSingleStepSub);
+            break;
+        case win::SB_LINEDOWN:
+            bar->triggerAction(QAbstractSlider::SliderSingleStepAdd);
+            break;
+        case win::SB_PAGEUP:
+            bar->triggerAction(QAbstractSlider::SliderPageStepSub);
+            break;
+        case win::SB_PAGEDOWN:
+            bar->triggerAction(QAbstractSlider::SliderPageStepAdd);
+            break;
+        case win::SB_THUMBTRACK:
+        case kSbThumbPosition:
+            bar->setValue(static_cast<int>(host::ui::HIWORD(message.wParam)));
+            break;
+        case kSbTop:
+            bar->setValue(bar->minimum());
+            break;
+        case kSbBottom:
+            bar->setValue(bar->maximum());
+            break;
+        default:
+            break;
+        }
+        return 0;
+    }
+    default:
+        return 0;
+    }
+}
+
+bool QtSheet::moveFocus(unsigned virtualKey, bool extend) {
+    switch (virtualKey) {
+    case win::VK_UP:
+    case win::VK_DOWN:
+    case win::VK_PRIOR:
+    case win::VK_NEXT:
+    case win::VK_HOME:
+    case win::VK_END:
+    case win::VK_LEFT:
+    case win::VK_RIGHT:
+        break;
+    default:
+        return false;
+    }
+    publish();
+    const int rows = static_cast<int>(m_model->rows());
+    if (rows == 0) {
+        return true;
+    }
+    const int focus = m_model->focusRow();
+    const int start = focus < 0 ? iGetFirstVisibleRow() : focus;
+    const int page = std::max(1, iGetRowsPerPage());
+    int column = m_model->focusColumn();
+    int target = start;
+    switch (virtualKey) {
+    case win::VK_UP:
+        target = focus < 0 ? start : start - 1;
+        break;
+    case win::VK_DOWN:
+        target = focus < 0 ? start : start + 1;
+        break;
+    case win::VK_PRIOR:
+        target = start - page;
+        break;
+    case win::VK_NEXT:
+        target = start + page;
+        break;
+    case win::VK_HOME:
+        target = 0;
+        break;
+    case win::VK_END:
+        target = rows - 1;
+        break;
+    case win::VK_LEFT:
+        column = std::max(0, column - 1);
+        break;
+    default: // VK_RIGHT
+        column = std::clamp(column + 1, 0, std::max(0, iGetColCount() - 1));
+        break;
+    }
+    target = std::clamp(target, 0, rows - 1);
+    if (extend) {
+        m_model->selectRange(m_model->anchorRow(), static_cast<std::size_t>(target), column);
+    } else {
+        m_model->selectOnly(static_cast<std::size_t>(target), column);
+    }
+    vAutoVerScrolling(target);
+    if ((virtualKey == win::VK_LEFT || virtualKey == win::VK_RIGHT) && column < iGetColCount()) {
+        tableView().scrollTo(m_model->index(tableView().rowAt(0) < 0 ? 0 : tableView().rowAt(0), column));
+    }
+    return true;
+}
+
+void QtSheet::scrollRows(int delta) {
+    publish();
+    QScrollBar* bar = tableView().verticalScrollBar();
+    bar->setValue(std::clamp(bar->value() + delta, bar->minimum(), bar->maximum()));
+}
+
+void QtSheet::onMouse(QEvent* event) {
+    auto* mouse = static_cast<QMouseEvent*>(event);
+    QTableView& view = tableView();
+    publish();
+    const QPoint inViewport = mouse->position().toPoint();
+    const QPoint inGrid = view.viewport()->mapTo(&view, inViewport);
+    const std::optional<std::size_t> row = m_model->moduleRow(view.rowAt(inViewport.y()));
+    const int column = std::max(0, view.columnAt(inViewport.x()));
+    const bool left = mouse->button() == Qt::LeftButton;
+    const Qt::KeyboardModifiers modifiers = mouse->modifiers();
+    unsigned message = win::WM_MOUSEMOVE;
+    switch (event->type()) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick:
+        // The second press of a double-click arrives as the double-click itself.
+        view.setFocus(Qt::MouseFocusReason);
+        if (row && left) {
+            if (modifiers.testFlag(Qt::ControlModifier)) {
+                m_model->toggleSelected(*row, column);
+            } else if (modifiers.testFlag(Qt::ShiftModifier)) {
+                m_model->selectRange(m_model->anchorRow(), *row, column);
+            } else {
+                m_model->selectOnly(*row, column);
+            }
+        } else if (row && !m_model->isSelected(*row)) {
+            m_model->selectOnly(*row, column);
+        }
+        if (event->type() == QEvent::MouseButtonDblClick) {
+            message = left ? win::WM_LBUTTONDBLCLK : win::WM_RBUTTONDOWN;
+        } else {
+            message = left ? win::WM_LBUTTONDOWN : win::WM_RBUTTONDOWN;
+        }
+        break;
+    case QEvent::MouseButtonRelease:
+        message = left ? win::WM_LBUTTONUP : win::WM_RBUTTONUP;
+        break;
+    default:
+        // Dragging with the left button extends the selection, as on the platform's grid.
+        if (row && mouse->buttons().testFlag(Qt::LeftButton) && m_model->focusRow() != static_cast<int>(*row)) {
+            m_model->selectRange(m_model->anchorRow(), *row, column);
+        }
+        break;
+    }
+    sendToParent(message, mouseKeyFlags(mouse->buttons(), modifiers) | win::kGridForwarded,
+                 host::ui::MAKELPARAM(inGrid.x(), inGrid.y()));
+}
+
+bool QtSheet::bCreateSheet(const host::ui::CSheetBuilder& builder) {
+    vSetHeaderRowHeight(builder.m_iHeaderRowHeight);
+    vSetRowHeight(builder.m_iRowHeight);
+    return true;
+}
+
+void QtSheet::vSetThinBar(bool thin) {
+    tableView().verticalScrollBar()->setStyleSheet(thin ? QStringLiteral("QScrollBar:vertical { width: 8px; }")
+                                                        : QString());
+}
+
+void QtSheet::vSetSmoothHScroll(bool smooth) {
+    tableView().setHorizontalScrollMode(smooth ? QAbstractItemView::ScrollPerPixel : QAbstractItemView::ScrollPerItem);
+}
+
+void QtSheet::vSetHeaderRowHeight(int height) {
+    QHeaderView* header = tableView().horizontalHeader();
+    header->setVisible(height > 0);
+    header->setFixedHeight(std::max(0, height));
+}
+
+void QtSheet::vSetRowHeight(int height) {
+    tableView().verticalHeader()->setDefaultSectionSize(std::max(1, height));
+}
+
+int QtSheet::iInsertCol(int index, int width) {
+    const int column = m_model->addColumn(index);
+    tableView().setColumnWidth(column, std::max(0, width));
+    return column;
+}
+
+int QtSheet::iGetColCount() const {
+    return m_model->columns();
+}
+
+void QtSheet::vSetColWidth(int col, int width) {
+    if (col >= 0 && col < iGetColCount()) {
+        tableView().setColumnWidth(col, std::max(0, width));
+    }
+}
+
+int QtSheet::iGetColWidth(int col) const {
+    return col >= 0 && col < iGetColCount() ? tableView().columnWidth(col) : 0;
+}
+
+void QtSheet::vSetHeaderText(int col, const CString& text) {
+    m_model->setHeaderText(col, text);
+}
+CString QtSheet::cszGetHeaderText(int col) const {
+    return m_model->headerText(col);
+}
+void QtSheet::vClearAllRows() {
+    m_model->clearRows();
+}
+void QtSheet::vAddRows(std::size_t count) {
+    m_model->appendRows(count);
+}
+void QtSheet::vInsertRow(std::size_t row) {
+    m_model->insertRowAt(row);
+}
+void QtSheet::vDeleteRow(std::size_t row) {
+    m_model->deleteRowAt(row);
+}
+std::size_t QtSheet::iGetRowCount() const {
+    return m_model->rows();
+}
+void QtSheet::vSetCellText(std::size_t row, int col, const CString& text) {
+    m_model->setCellText(row, col, text);
+}
+CString QtSheet::cszGetCellText(std::size_t row, int col) const {
+    return m_model->cellText(row, col);
+}
+void QtSheet::vSetCellFgColor(std::size_t row, int col, COLORREF color) {
+    m_model->setCellForeground(row, col, color);
+}
+void QtSheet::vSetCellBkColor(std::size_t row, int col, COLORREF color) {
+    m_model->setCellBackground(row, col, color);
+}
+void QtSheet::vResetCellColor(std::size_t row, int col) {
+    m_model->resetCellColors(row, col);
+}
+void QtSheet::vInvalidateRow(std::size_t row) {
+    m_model->invalidateRow(row);
+}
+
+int QtSheet::iGetFirstVisibleRow() const {
+    publish();
+    const QTableView& view = tableView();
+    int top = view.rowAt(0);
+    if (top < 0) {
+        return 0;
+    }
+    // Scrolled to the end, Qt aligns the last row with the bottom and cuts the top row; the
+    // first whole row is the one the page starts with.
+    if (view.rowViewportPosition(top) < 0 && top + 1 < m_model->rowCount()) {
+        ++top;
+    }
+    const std::optional<std::size_t> row = m_model->moduleRow(top);
+    return row ? static_cast<int>(*row) : 0;
+}
+
+int QtSheet::iGetRowsPerPage() const {
+    return tableView().viewport()->height() / rowHeight();
+}
+
+void QtSheet::vResetRowBkColor() {
+    m_model->restartAlternation();
+}
+
+void QtSheet::vResetScroll() {
+    publish();
+    tableView().verticalScrollBar()->setValue(0);
+    tableView().horizontalScrollBar()->setValue(0);
+}
+
+void QtSheet::vAutoVerScrolling(int row) {
+    publish();
+    if (row < 0 || static_cast<std::size_t>(row) >= m_model->rows()) {
+        return;
+    }
+    // Rows scroll one by one (the bar's value is the first visible row), so this needs no
+    // column and never moves the grid sideways.
+    QScrollBar* bar = tableView().verticalScrollBar();
+    const int page = std::max(1, iGetRowsPerPage());
+    const int first = iGetFirstVisibleRow();
+    if (row < first) {
+        bar->setValue(row);
+    } else if (row >= first + page) {
+        bar->setValue(row - page + 1);
+    }
+}
+
+void QtSheet::vSetActiveSelection(int row, int col) {
+    if (row < 0) {
+        m_model->clearSelection();
+        return;
+    }
+    m_model->selectOnly(static_cast<std::size_t>(row), col);
+}
+
+void QtSheet::vGetAllSelectionNdx(std::vector<int>& rows) const {
+    rows.clear();
+    for (const std::size_t row : m_model->selectedRows()) {
+        rows.push_back(static_cast<int>(row));
+    }
+}
+
+host::ui::Point QtSheet::cptGetFocusNdx() const {
+    return host::ui::Point{m_model->focusColumn(), m_model->focusRow()};
+}
+bool QtSheet::bHasFocus() const {
+    return hasFocus();
+}
+
+int QtSheet::iCalcRowNdx(host::ui::Point clientPoint) const {
+    publish();
+    const QTableView& view = tableView();
+    const QPoint inViewport = view.viewport()->mapFrom(&view, toQPoint(clientPoint));
+    if (!view.viewport()->rect().contains(inViewport)) {
+        return -1;
+    }
+    const std::optional<std::size_t> row = m_model->moduleRow(view.rowAt(inViewport.y()));
+    return row ? static_cast<int>(*row) : -1;
+}
+
+void QtSheet::vSetHeaderRowBkColor(COLORREF color) {
+    m_headerBackground = color;
+    applyStyleSheet();
+}
+
+void QtSheet::vSetHeaderRowFgColor(COLORREF color) {
+    m_headerForeground = color;
+    applyStyleSheet();
+}
+
+void QtSheet::vSetFrameColor(COLORREF color) {
+    m_frameColor = color;
+    applyStyleSheet();
+}
+
+void QtSheet::vSetBkColor(COLORREF even, COLORREF odd) {
+    m_evenBackground = even;
+    m_model->setRowBackgrounds(even, odd);
+    applyStyleSheet();
+}
+
+void QtSheet::vSetFocusColor(bool enabled, COLORREF text, COLORREF background) {
+    m_model->setFocusColors(enabled, text, background);
+}
+
+void QtSheet::vSetFgColor(COLORREF color) {
+    m_model->setDefaultForeground(color);
+}
+
+void QtSheet::vSetFont(const host::ui::Font& font) {
+    setFont(font, true);
+}
+
+void QtSheet::applyStyleSheet() {
+    QTableView& view = tableView();
+    // Grid lines come from the palette's mid colour; the area below the last row is the
+    // even-row background.
+    QPalette palette = view.palette();
+    palette.setColor(QPalette::Base, toQColor(m_evenBackground));
+    palette.setColor(QPalette::Mid, toQColor(m_frameColor));
+    view.setPalette(palette);
+    view.horizontalHeader()->setStyleSheet(
+        QStringLiteral("QHeaderView::section { background-color: %1; color: %2; border: none;"
+                       " border-right: 1px solid %3; border-bottom: 1px solid %3; padding-left: 3px; }")
+            .arg(toQColor(m_headerBackground).name(), toQColor(m_headerForeground).name(),
+                 toQColor(m_frameColor).name()));
+}
+
+} // namespace qthost

@@ -1,0 +1,116 @@
+// newsterm: the news view on the Qt host, fed by the embedded back end.
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QFontDatabase>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <cstdio>
+
+#include "adapters/qt/convert.h"
+#include "adapters/qt/qt_ui_host.h"
+#include "adapters/qt/services.h"
+#include "apps/newsterm/backend_session.h"
+#include "apps/newsterm/main_window.h"
+#include "apps/newsterm/problem_report.h"
+#include "apps/newsterm/term_options.h"
+#include "apps/newsterm/term_settings.h"
+#include "host/framework/host_context.h"
+#include "news_view/news_module.h"
+
+namespace {
+
+// Qt wants a private runtime folder; without a session (CI, a screenshot run) there is none.
+void ensureRuntimeDir(QTemporaryDir& fallback) {
+    const QString current = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (!current.isEmpty() && QFileInfo(current).isDir()) {
+        return;
+    }
+    if (fallback.isValid()) {
+        QFile::setPermissions(fallback.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(fallback.path()));
+    }
+}
+
+// Grabs the window into a PNG and ends the program.
+void screenshotAndQuit(QWidget& window, const QString& path) {
+    if (!path.isEmpty()) {
+        if (window.grab().save(path, "PNG")) {
+            std::fprintf(stderr, "newsterm: screenshot saved to %s\n", qUtf8Printable(path));
+        } else {
+            std::fprintf(stderr, "newsterm: cannot write the screenshot %s\n", qUtf8Printable(path));
+        }
+    }
+    window.close();
+    QApplication::quit();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QTemporaryDir runtimeDir(QDir::tempPath() + QStringLiteral("/newsterm-runtime-XXXXXX"));
+    ensureRuntimeDir(runtimeDir);
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("newsterm"));
+
+    const newsterm::ParsedOptions parsed = newsterm::parseTermOptions(QApplication::arguments());
+    if (!parsed.options) {
+        std::fprintf(parsed.failed ? stderr : stdout, "%s\n", qUtf8Printable(parsed.message));
+        return parsed.failed ? 2 : 0;
+    }
+    newsterm::TermOptions options = *parsed.options;
+
+    newsterm::TermSettings settings(newsterm::TermSettings::defaultPath());
+    if (const QString problem = settings.load(); !problem.isEmpty()) {
+        newsterm::reportProblem(
+            nullptr, QStringLiteral("Settings"),
+            QStringLiteral("%1 cannot be read (%2); starting with default settings.").arg(settings.path(), problem));
+    }
+    if (!options.languageGiven && !settings.language().isEmpty()) {
+        options.language = settings.language();
+    }
+
+    const QString family = QString::fromLatin1(qthost::kDefaultFontFamily);
+    if (!QFontDatabase::families().contains(family)) {
+        newsterm::reportProblem(nullptr, QStringLiteral("Font"),
+                                QStringLiteral("The font \"%1\" is not installed (package fonts-noto-cjk); Chinese "
+                                               "text may show as boxes.")
+                                    .arg(family));
+    } else {
+        QApplication::setFont(QFont(family, 10));
+    }
+    if (!QFileInfo(options.resourcesDir + QStringLiteral("/NewsService.ini")).isFile()) {
+        newsterm::reportProblem(
+            nullptr, QStringLiteral("Resources"),
+            QStringLiteral("%1 holds no NewsService.ini; use --resources DIR.").arg(options.resourcesDir));
+    }
+
+    // The host services every view reaches through the host context.
+    qthost::QtUiDispatcher dispatcher;
+    qthost::WallClock clock;
+    qthost::QtUiHost ui;
+    host::HostContext::current() = host::HostContext{&ui, &clock, &dispatcher};
+
+    int status = 0;
+    {
+        newsterm::BackendSession session(options, dispatcher, clock);
+        const QStringList problems = session.start();
+        RegisterNewsModule();
+        newsterm::MainWindow window(ui, session, settings, options.language);
+        window.show();
+        for (const QString& problem : problems) {
+            newsterm::reportProblem(&window, QStringLiteral("News"), problem);
+        }
+        if (options.quitAfterSeconds > 0) {
+            QTimer::singleShot(static_cast<int>(options.quitAfterSeconds * 1000), &window,
+                               [&window, &options] { screenshotAndQuit(window, options.screenshot); });
+        }
+        status = QApplication::exec();
+        window.close();
+        if (const QString summary = session.replaySummary(); !summary.isEmpty()) {
+            std::fprintf(stderr, "newsterm: %s\n", qUtf8Printable(summary));
+        }
+    }
+    host::HostContext::current() = host::HostContext{};
+    return status;
+}

@@ -1,0 +1,155 @@
+#include "apps/newsterm/main_window.h"
+
+#include <QActionGroup>
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QStatusBar>
+#include <QToolBar>
+
+#include "adapters/qt/dialog_service.h"
+#include "adapters/qt/qt_ui_host.h"
+#include "adapters/qt/text_codec.h"
+#include "apps/newsterm/backend_session.h"
+#include "apps/newsterm/problem_report.h"
+#include "apps/newsterm/term_settings.h"
+#include "apps/newsterm/view_host.h"
+#include "news_view/news_ids.h"
+
+namespace newsterm {
+
+namespace {
+constexpr const char* kViewClass = "TRVNewsCtrlView";
+constexpr const char* kViewName = "News";
+constexpr int kStatusMessageMs = 5000;
+} // namespace
+
+MainWindow::MainWindow(qthost::QtUiHost& ui, BackendSession& session, TermSettings& settings, QString language)
+    : m_ui(ui), m_session(session), m_settings(settings), m_language(std::move(language)) {
+    setWindowTitle(text("新聞終端機", "News terminal"));
+    resize(1200, 760);
+    auto* central = new QWidget(this);
+    central->setObjectName(QStringLiteral("newsViewArea"));
+    setCentralWidget(central);
+    buildMenus();
+    buildToolbar();
+    if (!restoreGeometry(m_settings.windowGeometry())) {
+        resize(1200, 760);
+    }
+    m_view = std::make_unique<ViewHost>(m_ui, central, kViewClass);
+    m_view->loadSettings(m_settings.layout(), kViewName);
+    statusBar()->showMessage(m_view->hasView() ? text("新聞即時更新中", "Live news")
+                                               : text("新聞檢視尚未加入此版本", "The news view is not in this build"));
+}
+
+MainWindow::~MainWindow() = default;
+
+QString MainWindow::text(const char* chinese, const char* english) const {
+    return m_language == QStringLiteral("en") ? QString::fromUtf8(english) : QString::fromUtf8(chinese);
+}
+
+void MainWindow::buildMenus() {
+    QMenu* file = menuBar()->addMenu(text("檔案(&F)", "&File"));
+    file->addAction(text("列印(&P)...", "&Print..."), QKeySequence::Print, this,
+                    [this] { m_view->sendCommand(news::kCmdPrintNews); });
+    file->addAction(text("列印成 PDF...", "Print to P&DF..."), this, [this] { printToPdf(); });
+    file->addAction(text("另存新聞(&S)...", "&Save news..."), QKeySequence::Save, this,
+                    [this] { m_view->sendCommand(news::kCmdSaveNews); });
+    file->addSeparator();
+    file->addAction(text("結束(&X)", "&Quit"), QKeySequence::Quit, this, [this] { close(); });
+
+    QMenu* languages = menuBar()->addMenu(text("語言(&L)", "&Language"));
+    auto* group = new QActionGroup(languages);
+    for (const auto& [code, label] : {std::pair{"zh-TW", "繁體中文"}, std::pair{"en", "English"}}) {
+        QAction* action = languages->addAction(QString::fromUtf8(label));
+        action->setCheckable(true);
+        action->setChecked(m_language == QString::fromLatin1(code));
+        group->addAction(action);
+        const QString chosen = QString::fromLatin1(code);
+        connect(action, &QAction::triggered, this, [this, chosen] { chooseLanguage(chosen); });
+    }
+}
+
+void MainWindow::buildToolbar() {
+    QToolBar* bar = addToolBar(text("工具列", "Toolbar"));
+    bar->setObjectName(QStringLiteral("mainToolbar"));
+    bar->setMovable(false);
+    bar->addWidget(new QLabel(text(" 商品代碼 ", " Symbol "), bar));
+    m_symbol = new QLineEdit(bar);
+    m_symbol->setObjectName(QStringLiteral("symbolEntry"));
+    m_symbol->setPlaceholderText(QStringLiteral("2330"));
+    m_symbol->setMaximumWidth(120);
+    bar->addWidget(m_symbol);
+    connect(m_symbol, &QLineEdit::returnPressed, this, [this] { applySymbol(); });
+    bar->addSeparator();
+    m_connected = bar->addAction(text("連線中", "Connected"));
+    m_connected->setCheckable(true);
+    m_connected->setChecked(m_session.isConnected());
+    connect(m_connected, &QAction::toggled, this, [this](bool on) {
+        m_session.setConnected(on);
+        m_connected->setText(on ? text("連線中", "Connected") : text("已斷線", "Disconnected"));
+        statusBar()->showMessage(on ? text("已重新連線", "Reconnected") : text("已中斷連線", "Disconnected"),
+                                 kStatusMessageMs);
+    });
+    bar->addAction(text("新的新聞日", "New news day"), this, [this] {
+        m_session.startNewDay();
+        statusBar()->showMessage(text("已開始新的新聞日", "A new news day has started"), kStatusMessageMs);
+    });
+}
+
+void MainWindow::applySymbol() {
+    const CString code = qthost::fromQString(m_symbol->text().trimmed().toUpper());
+    if (m_view->changeSymbol(code)) {
+        statusBar()->showMessage(text("已切換商品 ", "Symbol changed to ") + m_symbol->text().trimmed(),
+                                 kStatusMessageMs);
+    } else {
+        statusBar()->showMessage(text("找不到商品 ", "Unknown symbol ") + m_symbol->text().trimmed(), kStatusMessageMs);
+    }
+}
+
+void MainWindow::printToPdf() {
+    const QString path = QFileDialog::getSaveFileName(this, text("列印成 PDF", "Print to PDF"), QString(),
+                                                      QStringLiteral("PDF (*.pdf)"));
+    if (path.isEmpty()) {
+        return;
+    }
+    // The view asks for a printer as usual; the dialog service answers with this PDF file.
+    m_ui.qtDialogs().printNextToPdf(
+        path.endsWith(QStringLiteral(".pdf"), Qt::CaseInsensitive) ? path : path + QStringLiteral(".pdf"));
+    m_view->sendCommand(news::kCmdPrintNews);
+}
+
+void MainWindow::chooseLanguage(const QString& language) {
+    if (language == m_language) {
+        return;
+    }
+    m_settings.setLanguage(language);
+    const QString failure = saveSettings();
+    QMessageBox::information(
+        this, text("語言", "Language"),
+        failure.isEmpty() ? text("新的語言在下次啟動時生效。", "The new language takes effect at the next start.")
+                          : failure);
+}
+
+QString MainWindow::saveSettings() {
+    m_settings.setWindowGeometry(saveGeometry());
+    m_view->saveSettings(m_settings.layout());
+    return m_settings.save();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    if (!m_saved) {
+        m_saved = true;
+        const QString failure = saveSettings();
+        if (!failure.isEmpty()) {
+            reportProblem(this, text("設定", "Settings"),
+                          text("無法儲存設定：", "The settings could not be saved: ") + failure);
+        }
+    }
+    event->accept();
+}
+
+} // namespace newsterm

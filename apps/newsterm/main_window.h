@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QMainWindow>
+#include <memory>
+
+class QAction;
+class QLineEdit;
+
+namespace qthost {
+class QtUiHost;
+}
+
+namespace newsterm {
+
+class BackendSession;
+class TermSettings;
+class ViewHost;
+
+// The terminal's window: the news view in the middle, a toolbar with the symbol entry, the
+// link to the news server and a new news day, and the File and Language menus. Closing it
+// stores the window geometry and the view's settings.
+// Ownership: owns the view host; the UI host, the session and the settings outlive it.
+class MainWindow final : public QMainWindow {
+public:
+    MainWindow(qthost::QtUiHost& ui, BackendSession& session, TermSettings& settings, QString language);
+    ~MainWindow() override;
+    MainWindow(const MainWindow&) = delete;
+    MainWindow& operator=(const MainWindow&) = delete;
+
+    // Stores geometry and view settings now (also done on close); the reason on failure.
+    QString saveSettings();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    // The text of a piece of the terminal's own interface in the chosen language.
+    QString text(const char* chinese, const char* english) const;
+    void buildMenus();
+    void buildToolbar();
+    void printToPdf();
+    void chooseLanguage(const QString& language);
+    void applySymbol();
+
+    qthost::QtUiHost& m_ui;
+    BackendSession& m_session;
+    TermSettings& m_settings;
+    QString m_language;
+    std::unique_ptr<ViewHost> m_view;
+    QLineEdit* m_symbol = nullptr;  // owned by the toolbar
+    QAction* m_connected = nullptr; // owned by the toolbar
+    bool m_saved = false;
+};
+
+} // namespace newsterm

@@ -1,0 +1,98 @@
+// The terminal's command line and its settings file.
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include "apps/newsterm/term_options.h"
+#include "apps/newsterm/term_settings.h"
+
+namespace {
+
+using newsterm::parseTermOptions;
+
+QStringList args(std::initializer_list<const char*> list) {
+    QStringList result{QStringLiteral("newsterm")};
+    for (const char* a : list) {
+        result << QString::fromUtf8(a);
+    }
+    return result;
+}
+
+TEST(NewstermOptionsTest, DefaultsAndEveryOption) {
+    QTemporaryDir home;
+    qputenv("XDG_DATA_HOME", home.path().toLocal8Bit());
+    const auto defaults = parseTermOptions(args({}));
+    ASSERT_TRUE(defaults.options) << qPrintable(defaults.message);
+    EXPECT_EQ(defaults.options->language, QStringLiteral("zh-TW"));
+    EXPECT_FALSE(defaults.options->languageGiven);
+    EXPECT_EQ(defaults.options->speed, 1.0);
+    EXPECT_EQ(defaults.options->dataDir, home.path() + QStringLiteral("/newsterm"));
+    EXPECT_TRUE(defaults.options->feedFile.isEmpty());
+    EXPECT_EQ(defaults.options->quitAfterSeconds, 0);
+
+    const auto all =
+        parseTermOptions(args({"--feed", "day.jsonl", "--speed", "0", "--data", "/srv/news", "--lang", "en",
+                               "--screenshot", "s.png", "--quit-after", "2.5", "--resources", "/opt/res"}));
+    ASSERT_TRUE(all.options) << qPrintable(all.message);
+    EXPECT_EQ(all.options->feedFile, QStringLiteral("day.jsonl"));
+    EXPECT_EQ(all.options->speed, 0.0) << "0 replays as fast as possible";
+    EXPECT_EQ(all.options->dataDir, QStringLiteral("/srv/news"));
+    EXPECT_EQ(all.options->language, QStringLiteral("en"));
+    EXPECT_TRUE(all.options->languageGiven);
+    EXPECT_EQ(all.options->screenshot, QStringLiteral("s.png"));
+    EXPECT_EQ(all.options->quitAfterSeconds, 2.5);
+    EXPECT_EQ(all.options->resourcesDir, QStringLiteral("/opt/res"));
+}
+
+TEST(NewstermOptionsTest, BadArgumentsAreRefusedWithAReason) {
+    for (const QStringList& bad :
+         {args({"--lang", "fr"}), args({"--speed", "-1"}), args({"--speed", "fast"}), args({"--screenshot", "s.png"}),
+          args({"--quit-after", "0"}), args({"extra"}), args({"--no-such-option"})}) {
+        const auto parsed = parseTermOptions(bad);
+        EXPECT_FALSE(parsed.options) << qPrintable(bad.join(QLatin1Char(' ')));
+        EXPECT_TRUE(parsed.failed);
+        EXPECT_FALSE(parsed.message.isEmpty());
+    }
+    const auto help = parseTermOptions(args({"--help"}));
+    EXPECT_FALSE(help.options);
+    EXPECT_FALSE(help.failed);
+    EXPECT_TRUE(help.message.contains(QStringLiteral("--feed")));
+}
+
+TEST(NewstermSettingsTest, GeometryLanguageAndViewSettingsSurviveARestart) {
+    QTemporaryDir home;
+    qputenv("XDG_CONFIG_HOME", home.path().toLocal8Bit());
+    const QString path = newsterm::TermSettings::defaultPath();
+    EXPECT_EQ(path, home.path() + QStringLiteral("/newsterm/layout.cfg"));
+    {
+        newsterm::TermSettings settings(path);
+        EXPECT_TRUE(settings.load().isEmpty()) << "a first start has no file";
+        EXPECT_TRUE(settings.windowGeometry().isEmpty());
+        settings.setWindowGeometry(QByteArray("\x01\x02|=\n\xFF", 6));
+        settings.setLanguage(QStringLiteral("en"));
+        settings.layout().SetViewInfo("Main", 0, 0, "TRVNewsCtrlView", "SymbolID", "\xA5\x78\xBF\x6E");
+        ASSERT_TRUE(settings.save().isEmpty());
+    }
+    newsterm::TermSettings again(path);
+    ASSERT_TRUE(again.load().isEmpty());
+    EXPECT_EQ(again.windowGeometry(), QByteArray("\x01\x02|=\n\xFF", 6));
+    EXPECT_EQ(again.language(), QStringLiteral("en"));
+    CString symbol;
+    ASSERT_TRUE(again.layout().GetViewInfo("Main", 0, 0, "TRVNewsCtrlView", "SymbolID", symbol));
+    EXPECT_EQ(symbol, "\xA5\x78\xBF\x6E");
+    EXPECT_TRUE(QDir(home.path() + QStringLiteral("/newsterm")).entryList(QDir::Files) ==
+                QStringList{QStringLiteral("layout.cfg")})
+        << "no temporary file is left behind";
+
+    QFile damaged(path);
+    ASSERT_TRUE(damaged.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    damaged.write("not a layout file\n");
+    damaged.close();
+    newsterm::TermSettings broken(path);
+    EXPECT_FALSE(broken.load().isEmpty());
+    EXPECT_TRUE(broken.language().isEmpty()) << "nothing half-applied from a damaged file";
+}
+
+} // namespace

@@ -1,0 +1,27 @@
+# Runs newsterm offscreen for a few seconds of generated news in fresh folders and checks that
+# it saved a screenshot and its settings, and exited cleanly.
+file(REMOVE_RECURSE ${WORK})
+file(MAKE_DIRECTORY ${WORK})
+set(ENV{XDG_CONFIG_HOME} ${WORK}/config)
+set(ENV{XDG_DATA_HOME} ${WORK}/data)
+set(ENV{QT_QPA_PLATFORM} offscreen)
+execute_process(
+  COMMAND ${NEWSTERM} --resources ${RESOURCES} --screenshot ${WORK}/newsterm.png --quit-after 3
+  RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err TIMEOUT 60)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "newsterm exited with ${status}\n${out}\n${err}")
+endif()
+if(NOT EXISTS ${WORK}/newsterm.png)
+  message(FATAL_ERROR "no screenshot\n${err}")
+endif()
+file(SIZE ${WORK}/newsterm.png shot_size)
+if(shot_size LESS 20000)
+  message(FATAL_ERROR "the screenshot is nearly empty (${shot_size} bytes)")
+endif()
+if(NOT EXISTS ${WORK}/config/newsterm/layout.cfg)
+  message(FATAL_ERROR "the settings were not saved")
+endif()
+file(READ ${WORK}/config/newsterm/layout.cfg layout)
+if(NOT layout MATCHES "newsterm\\|0\\|0\\|MainWindow\\|geometry = ")
+  message(FATAL_ERROR "the window geometry is missing from the settings:\n${layout}")
+endif()
