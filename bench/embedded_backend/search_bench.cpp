@@ -1,0 +1,84 @@
+// Keyword search at one million stored headlines: p50 and p95 over a mix of keywords and services.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "bench_data.h"
+#include "embedded_backend/news_store.h"
+#include "host/text/cp950.h"
+
+namespace embedded::bench {
+namespace {
+
+NewsStore& store() {
+    static NewsStore s;
+    if (!s.isOpen()) {
+        const StoreOpenResult r = s.open(millionHeadlineStore(), OpenMode::KeepExisting, 0);
+        if (!r.ok()) {
+            std::abort();
+        }
+    }
+    return s;
+}
+
+using Keywords = std::vector<const char*>;
+
+const std::vector<Keywords> kOneChar = {{"營"}, {"台"}, {"息"}, {"權"}, {"科"}, {"鴻"}, {"龜"}, {"業"}};
+const std::vector<Keywords> kTwoChars = {{"營收"}, {"法說"}, {"董事"}, {"台積"}, {"鴻海"}, {"權證"}, {"澄清"}, {"伺服"}};
+const std::vector<Keywords> kThreeChars = {{"台積電"}, {"法說會"}, {"董事會"}, {"聯發科"},
+                                           {"伺服器"}, {"除權息"}, {"電動車"}, {"庫藏股"}};
+const std::vector<Keywords> kSixChars = {{"董事會決議買"}, {"澄清財經媒體"}, {"履約價格重設"}, {"訂單能見度提"},
+                                         {"營運可望維持"}, {"投資前應審慎"}, {"今日掛牌上市"}, {"每股配發現金"}};
+const std::vector<Keywords> kPairs = {{"台積電", "營收"}, {"董事會", "現金增資"}, {"鴻海", "法說"}, {"權證", "到期"},
+                                      {"伺服器", "布局"}, {"營收", "年增"},       {"除息", "台"},   {"外資", "目標價"}};
+
+void runSearches(benchmark::State& state, const std::vector<Keywords>& pool, unsigned char scope, bool matchAll) {
+    static const unsigned char kServices[] = {16, 122, 22, 52};
+    NewsStore& s = store();
+    std::vector<double> millis;
+    std::vector<CHeadlineTable> out;
+    std::size_t results = 0;
+    std::size_t n = 0;
+    for (auto _ : state) {
+        SearchRequest r;
+        r.service = kServices[n % 4];
+        for (const char* k : pool[(n / 4) % pool.size()]) {
+            r.keywords.push_back(cp950::fromUtf8(k));
+        }
+        r.scope = scope;
+        r.matchAll = matchAll;
+        r.limit = 2000;
+        const auto begin = std::chrono::steady_clock::now();
+        s.search(r, out);
+        millis.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count());
+        results += out.size();
+        ++n;
+    }
+    std::sort(millis.begin(), millis.end());
+    state.counters["p50_ms"] = millis[millis.size() / 2];
+    state.counters["p95_ms"] = millis[std::min(millis.size() - 1, millis.size() * 95 / 100)];
+    state.counters["results"] = static_cast<double>(results) / static_cast<double>(n);
+}
+
+constexpr int kQueries = 256; // every keyword of a pool on every service, several times
+
+void BM_Search1Char(benchmark::State& state) { runSearches(state, kOneChar, static_cast<unsigned char>(state.range(0)), true); }
+void BM_Search2Chars(benchmark::State& state) { runSearches(state, kTwoChars, static_cast<unsigned char>(state.range(0)), true); }
+void BM_Search3Chars(benchmark::State& state) { runSearches(state, kThreeChars, static_cast<unsigned char>(state.range(0)), true); }
+void BM_Search6Chars(benchmark::State& state) { runSearches(state, kSixChars, static_cast<unsigned char>(state.range(0)), true); }
+void BM_SearchAnd(benchmark::State& state) { runSearches(state, kPairs, static_cast<unsigned char>(state.range(0)), true); }
+void BM_SearchOr(benchmark::State& state) { runSearches(state, kPairs, static_cast<unsigned char>(state.range(0)), false); }
+
+// Argument: scope (0 headlines, 1 stories, 2 both).
+BENCHMARK(BM_Search1Char)->Arg(0)->Arg(1)->Iterations(kQueries)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Search2Chars)->Arg(0)->Arg(1)->Iterations(kQueries)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Search3Chars)->Arg(0)->Arg(1)->Iterations(kQueries)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Search6Chars)->Arg(0)->Arg(1)->Iterations(kQueries)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SearchAnd)->Arg(0)->Arg(1)->Arg(2)->Iterations(kQueries)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SearchOr)->Arg(0)->Arg(1)->Arg(2)->Iterations(kQueries)->Unit(benchmark::kMillisecond);
+
+} // namespace
+} // namespace embedded::bench
+
+BENCHMARK_MAIN();

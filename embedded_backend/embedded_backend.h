@@ -1,0 +1,155 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "embedded_backend/feed_event.h"
+#include "embedded_backend/ingest.h"
+#include "embedded_backend/news_generator.h"
+#include "embedded_backend/news_store.h"
+#include "embedded_backend/replay_feed.h"
+#include "host/backend/bk_quote_interface.h"
+#include "host/backend/search_control.h"
+
+class NewsSubscriptions;
+class UiDispatcher;
+namespace host {
+class Clock;
+}
+
+namespace embedded {
+
+class StoreWorker;
+struct UiState;
+
+struct EmbeddedBackendOptions {
+    std::string dataFolder;                 // holds the store file
+    std::string storeFileName = "news.db";
+    int daysToKeep = 30;                    // calendar days up to the current news day
+    std::string systemPath;                 // folder of Application.ini and NewsService.ini
+    std::string languageFile;               // UTF-8 KEY=text file; when absent keys show as themselves
+    UiDispatcher* dispatcher = nullptr;     // required; outlives the back end
+    const host::Clock* clock = nullptr;     // "now"; null: the system clock (read on the UI thread only)
+    NewsSubscriptions* subscriptions = nullptr; // null: NewsSubscriptions::instance()
+    std::size_t maxSearchResults = 2000;    // newest first
+    bool startConnected = true;
+    bool convertToSimplified = false;
+    int productId = 0;
+    // Called on the UI thread when the store fails to write (a full disk, a file damaged
+    // while running); the news keeps arriving in the cache.
+    std::function<void(const std::string&)> onStoreError;
+};
+
+// The back end newsterm runs on without a quote server. It owns the cache the UI thread
+// reads, the SQLite store and its worker thread, the ingest and the feeds.
+//
+// Threads: every BKQuoteInterface and SearchObjInterface operation, open(), shutdown() and
+// the toolbar operations run on the UI thread and never wait for the disk (open() waits once
+// for the start-up load). Feeds run on their own threads; ingest() may be called from any
+// thread. The cache is changed only on the UI thread, by batches ingest posts through the
+// dispatcher; the store is touched only by its worker. Every callback reaches the views
+// through the dispatcher, in request order. Ownership: the host owns the back end and the
+// dispatcher; views are never owned. Re-entrancy: callbacks may call any look-up or request.
+class EmbeddedBackend final : public BKQuoteInterface, public SearchObjInterface {
+public:
+    explicit EmbeddedBackend(EmbeddedBackendOptions options);
+    ~EmbeddedBackend() override;
+    EmbeddedBackend(const EmbeddedBackend&) = delete;
+    EmbeddedBackend& operator=(const EmbeddedBackend&) = delete;
+
+    // Opens the store and loads the kept days into the cache. A damaged or unusable file is
+    // reported (the terminal then runs on live news only); with StartFreshIfDamaged the
+    // damaged file is moved aside and a new store started. May be called again after a failure.
+    StoreOpenResult open(OpenMode mode = OpenMode::KeepExisting);
+    // Stops the feeds, writes what is queued or held, closes the store. Idempotent.
+    void shutdown();
+
+    // The toolbar: the link to the (simulated) news server and a new news day.
+    void connect();
+    void disconnect();
+    void startNewDay(unsigned char service);
+    // Feeds in the app's own hands; any thread.
+    void ingest(std::vector<FeedEvent> events);
+
+    // baseTime 0: now.
+    bool startReplay(ReplayOptions options, std::string* error);
+    void stopReplay();
+    bool waitReplayFinished(std::chrono::milliseconds timeout);
+    ReplayReport replayReport() const;
+    // startTime 0: now.
+    void startGenerator(GeneratorFeedOptions options);
+    void stopGenerator();
+    bool waitGeneratorFinished(std::chrono::milliseconds timeout);
+
+    // Blocks until the store worker ran everything queued so far (its answers may still be
+    // waiting in the dispatcher). For tests, tools and shutdown.
+    void flushStore();
+    std::string storeError() const;
+    Ingest::Stats ingestStats() const;
+    std::size_t cachedHeadlines() const;
+
+    // --- BKQuoteInterface ---
+    int BKQNEWS_iGetHeadlineTable(std::vector<CHeadlineTable>& table, unsigned char service,
+                                  const CSymbolInfo& symbol) override;
+    int BKQNEWS_iGetHeadlineTable(unsigned char service, std::vector<CHeadlineTable>& table, int kind,
+                                  const CString& key) override;
+    int BKQNEWS_iGetHeadline(unsigned char service, std::vector<CHeadline>& headlines,
+                             const std::vector<CHeadlineTable>& entries) override;
+    bool BKQNEWS_bGetStory(CStory& story, const CHeadlineTable& entry) override;
+    bool BKQNews_bReRequestHeadlineStory(const CHeadlineTable& entry) override;
+    bool BKNEWS_bReRequestHeadlineTable(unsigned char service, const CSymbolInfo& symbol) override;
+    bool BKNEWS_bReRequestHeadlineTable(unsigned char service, int kind, const CString& key) override;
+    bool BKQNEWS_bReCoverHeadline(unsigned char service, std::vector<CHeadline>& headlines,
+                                  const std::vector<CHeadlineTable>& entries) override;
+    bool BKQNEWS_bSearchNews(unsigned char service, int kind, const CSearch& condition) override;
+    bool BKNEWS_GetSymbolListBySeqNo(CNewsSymLst& symbols, const CHeadlineTable& entry) override;
+    bool BKQNEWS_bGetAllNewsService(std::vector<unsigned char>& services) override;
+    bool BKQNEWS_bGetFullNameByService(CString& name, unsigned char service) override;
+    bool BKQNEWS_bGetShortNameByService(CString& name, unsigned char service) override;
+    CString BKQNEWS_cszGetCurrDateByService(unsigned char service) override;
+    unsigned char BKQbyGetNewsDateRange() override;
+    bool bNewsAPI_GetNewsCatId(unsigned char service, std::vector<CString>& ids, std::vector<CString>& names) override;
+    int bIsConnect() override;
+    bool bGetAllServiceID(std::vector<unsigned char>& services) override;
+    int BKQCheckAuthSupport(unsigned char service) override;
+    bool bGetServiceID2Delay(unsigned char service, unsigned char& delayed) override;
+    bool bGetSymbolID(unsigned char service, std::vector<CString>& codes, std::vector<CString>& names) override;
+    int bIsSymbolIDExist(unsigned char service, const CString& code) override;
+    int bIsFromTheSameAuthServiceID(unsigned char service, unsigned char other) override;
+    bool bGetCategorybySymbolID(int& category, unsigned char service, const CString& code) override;
+    bool bGetCommodityIDBySymbolID(CString& commodity, unsigned char service, const CString& code) override;
+    bool bGetItemDataByItemNo(CString& value, unsigned char service, const CString& code, int item) override;
+    bool bSymbolNameIsShowRealMonth() override;
+    CString LangGetLangString(const CString& key) override;
+    bool LangIsConvertToSimplified(const unsigned char& service) override;
+    bool LangConvertToSimplifiedChinese(const CString& in, CString& out) override;
+    CString PathGetSysPath() override;
+    int AppInfoGetProductID() override;
+
+    // --- SearchObjInterface ---
+    bool GetSymbolsByService(unsigned char service, std::vector<CString>& codes, std::vector<CString>& names,
+                             int flag) override;
+    bool FindSearchList(const CString& text, std::vector<CString>& candidates) override;
+
+private:
+    std::int64_t now() const;
+    // Runs work on the UI thread after everything the store worker has queued: the way
+    // every answer keeps request order.
+    void answerInOrder(std::function<void(UiState&)> work);
+
+    EmbeddedBackendOptions m_options;
+    std::unique_ptr<host::Clock> m_systemClock;
+    std::shared_ptr<UiState> m_ui;
+    std::unique_ptr<StoreWorker> m_worker;
+    std::unique_ptr<Ingest> m_ingest;
+    ReplayFeed m_replay;
+    GeneratorFeed m_generator;
+    bool m_opened = false;
+    bool m_shutDown = false;
+};
+
+} // namespace embedded

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "host/backend/news_records.h"
+
+namespace embedded {
+
+enum class FeedEventKind { Headline, Story, Resend, NewDay, Disconnect, Reconnect };
+
+// One event of a feed: the replay file, the generator or the application's own ingest call.
+// Texts are code page 950 bytes.
+struct FeedEvent {
+    FeedEventKind kind = FeedEventKind::Headline;
+    unsigned char service = 0;
+    std::int32_t seq = 0;
+    std::int64_t time = 0; // headline or story time, seconds since 1970
+    std::int32_t category = 0;
+    CString categoryName; // optional: names a category the service's catalogue lacks
+    CString title;
+    std::vector<CSymbolInfo> symbols; // related symbols, the first one is the headline's symbol
+    std::optional<CString> story;     // headline: story sent with it; story event: the text
+    // NewDay: the new date (0 = the day after the service's current one). Story: the news day of
+    // its headline (0 = the service's current day).
+    int day = 0;
+
+    bool operator==(const FeedEvent&) const = default;
+};
+
+} // namespace embedded

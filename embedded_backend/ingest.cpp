@@ -1,0 +1,185 @@
+#include "embedded_backend/ingest.h"
+
+#include <algorithm>
+
+#include "embedded_backend/day_math.h"
+
+namespace embedded {
+
+Ingest::Ingest(int daysToKeep, Sink toUi, Sink toStore)
+    : m_daysToKeep(std::max(1, daysToKeep)), m_toUi(std::move(toUi)), m_toStore(std::move(toStore)) {}
+
+void Ingest::restore(const std::map<unsigned char, int>& currentDays, bool connected) {
+    std::lock_guard lock(m_mutex);
+    m_days = currentDays;
+    m_connected = connected;
+}
+
+int Ingest::keepFrom(int day) const { return addDays(day, 1 - m_daysToKeep); }
+
+Ingest::Stats Ingest::stats() const {
+    std::lock_guard lock(m_mutex);
+    Stats s = m_stats;
+    s.held = m_held.size();
+    return s;
+}
+
+void Ingest::send(NewsBatch& batch, bool toStore) {
+    if (batch.changes.empty()) {
+        return;
+    }
+    auto shared = std::make_shared<const NewsBatch>(std::move(batch));
+    batch = NewsBatch{};
+    // The UI first: a search answered by the store after this write finds the headline in
+    // the cache too, since both answers travel through the same UI queue behind this batch.
+    if (m_toUi) {
+        m_toUi(shared);
+    }
+    const bool storable = std::any_of(shared->changes.begin(), shared->changes.end(), [](const NewsChange& c) {
+        return !std::holds_alternative<ConnectionChange>(c);
+    });
+    if (toStore && storable && m_toStore) {
+        m_toStore(std::move(shared));
+    }
+}
+
+int Ingest::ensureDay(unsigned char service, std::int64_t time, NewsBatch& batch) {
+    const auto it = m_days.find(service);
+    if (it != m_days.end()) {
+        return it->second;
+    }
+    // A service heard of for the first time starts on the local date of its first event.
+    const int day = localDayOf(time);
+    if (!isValidDay(day)) {
+        return 0;
+    }
+    m_days[service] = day;
+    batch.changes.emplace_back(DayChange{service, day, keepFrom(day)});
+    return day;
+}
+
+void Ingest::convert(const FeedEvent& e, NewsBatch& batch) {
+    switch (e.kind) {
+    case FeedEventKind::Headline:
+    case FeedEventKind::Resend: {
+        if (e.service == 0 || e.title.empty() || e.time < 0 || e.seq < 0 || e.seq > kMaxSeq) {
+            ++m_stats.rejected;
+            return;
+        }
+        const int day = ensureDay(e.service, e.time, batch);
+        if (day == 0) {
+            ++m_stats.rejected;
+            return;
+        }
+        if (!e.categoryName.empty() && m_namedCategories.insert({e.service, e.category}).second) {
+            batch.changes.emplace_back(CategoryRecord{e.service, e.category, e.categoryName});
+        }
+        HeadlineRecord h;
+        h.service = e.service;
+        h.day = day;
+        h.seq = e.seq;
+        h.time = e.time;
+        h.category = e.category;
+        h.title = e.title;
+        h.symbols = e.symbols;
+        h.sortKey = makeSortKey(e.time, e.seq, e.service);
+        // The story first: it then waits for the headline, which the store indexes once with
+        // its story instead of indexing the title alone and then both again.
+        if (e.story) {
+            batch.changes.emplace_back(StoryRecord{e.service, day, e.seq, e.time, *e.story, true});
+        }
+        batch.changes.emplace_back(std::move(h));
+        break;
+    }
+    case FeedEventKind::Story: {
+        const int day = e.day != 0 ? e.day : ensureDay(e.service, e.time, batch);
+        if (e.service == 0 || !e.story || !isValidDay(day)) {
+            ++m_stats.rejected;
+            return;
+        }
+        batch.changes.emplace_back(StoryRecord{e.service, day, e.seq, e.time, *e.story, false});
+        break;
+    }
+    case FeedEventKind::NewDay: {
+        if (e.service == 0) {
+            ++m_stats.rejected;
+            return;
+        }
+        const auto it = m_days.find(e.service);
+        const int today = localDayOf(e.time);
+        int day = e.day;
+        if (day == 0) {
+            // Without a date the day after the current one, or today's date when that is later.
+            day = it == m_days.end() ? today : std::max(addDays(it->second, 1), today);
+        }
+        if (!isValidDay(day) || (it != m_days.end() && day <= it->second)) {
+            ++m_stats.rejected;
+            return;
+        }
+        m_days[e.service] = day;
+        batch.changes.emplace_back(DayChange{e.service, day, keepFrom(day)});
+        break;
+    }
+    case FeedEventKind::Disconnect:
+    case FeedEventKind::Reconnect:
+        return; // handled by submit
+    }
+    ++m_stats.accepted;
+}
+
+void Ingest::submit(std::vector<FeedEvent> events) {
+    std::lock_guard lock(m_mutex);
+    NewsBatch batch;
+    for (FeedEvent& e : events) {
+        if (e.kind == FeedEventKind::Disconnect) {
+            if (m_connected) {
+                send(batch, true);
+                m_connected = false;
+                batch.changes.emplace_back(ConnectionChange{false});
+                send(batch, false);
+            }
+            continue;
+        }
+        if (e.kind == FeedEventKind::Reconnect) {
+            if (!m_connected) {
+                send(batch, true);
+                m_connected = true;
+                NewsBatch recovery;
+                recovery.recovery = true;
+                recovery.changes.emplace_back(ConnectionChange{true});
+                for (const FeedEvent& held : m_held) {
+                    convert(held, recovery);
+                }
+                m_held.clear();
+                send(recovery, true);
+            }
+            continue;
+        }
+        if (!m_connected) {
+            m_held.push_back(std::move(e));
+            continue;
+        }
+        convert(e, batch);
+        if (batch.changes.size() >= kMaxBatch) {
+            send(batch, true);
+        }
+    }
+    send(batch, true);
+}
+
+void Ingest::releaseHeldToStore() {
+    std::lock_guard lock(m_mutex);
+    if (m_held.empty()) {
+        return;
+    }
+    NewsBatch batch;
+    for (const FeedEvent& held : m_held) {
+        convert(held, batch);
+    }
+    m_held.clear();
+    if (!batch.changes.empty() && m_toStore) {
+        m_toStore(std::make_shared<const NewsBatch>(std::move(batch)));
+    }
+}
+
+} // namespace embedded

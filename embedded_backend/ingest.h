@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <vector>
+
+#include "embedded_backend/feed_event.h"
+#include "embedded_backend/news_records.h"
+
+namespace embedded {
+
+// Turns feed events into ordered news batches and hands every batch to the UI thread (cache
+// and callbacks) and to the store worker, in the same order for both. It files each headline
+// under its service's current news day, gives it its sort key, and holds events back while the
+// link is down: they are released as one recovery batch when it comes back.
+// Thread: submit() may be called from any thread (feeds, the UI); the sinks are called with
+// the ingest lock held, so batches never overtake each other. Ownership: the sinks' targets
+// must outlive the ingest. Re-entrancy: a sink must only queue work, never call back in.
+class Ingest {
+public:
+    using Sink = std::function<void(std::shared_ptr<const NewsBatch>)>;
+
+    struct Stats {
+        std::uint64_t accepted = 0;
+        std::uint64_t rejected = 0; // invalid events (no title, number out of range, bad day...)
+        std::size_t held = 0;       // waiting for the link to come back
+    };
+
+    Ingest(int daysToKeep, Sink toUi, Sink toStore);
+
+    // The state the store loaded: the current days.
+    void restore(const std::map<unsigned char, int>& currentDays, bool connected);
+    void submit(std::vector<FeedEvent> events);
+    // At shutdown: what is still held is written to the store only (no views are left to tell).
+    void releaseHeldToStore();
+
+    Stats stats() const;
+    int keepFrom(int day) const;
+
+private:
+    void convert(const FeedEvent& e, NewsBatch& batch);
+    void send(NewsBatch& batch, bool toStore);
+    int ensureDay(unsigned char service, std::int64_t time, NewsBatch& batch);
+
+    static constexpr std::size_t kMaxBatch = 2048;
+
+    const int m_daysToKeep;
+    Sink m_toUi;
+    Sink m_toStore;
+    mutable std::mutex m_mutex;
+    bool m_connected = true;
+    std::vector<FeedEvent> m_held;
+    std::map<unsigned char, int> m_days;
+    std::set<std::pair<unsigned char, std::int32_t>> m_namedCategories;
+    Stats m_stats;
+};
+
+} // namespace embedded

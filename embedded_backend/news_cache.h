@@ -1,0 +1,126 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "embedded_backend/news_records.h"
+#include "host/backend/news_records.h"
+
+namespace embedded {
+
+// The news the UI thread reads: headlines of the kept days with their tables by date,
+// category and symbol, stories, related symbols, search results and each service's current
+// news day. Look-ups are hash and vector reads, with no lock: the cache is only ever touched on
+// the UI thread (ingest posts its batches there). Thread: UI thread only.
+//
+// Table entries carry only the headline key (service, time, number); their two opaque fields
+// stay zero, so that an entry the view builds from a pushed headline equals the one a table
+// gives for the same headline.
+class NewsCache {
+public:
+    struct PutResult {
+        CHeadlineTable entry;
+        bool replaced = false; // an earlier version with the same service, day and number was dropped
+        std::optional<CHeadlineTable> previousEntry;
+        std::int32_t previousCategory = 0;
+        std::vector<CString> previousSymbols;
+    };
+    struct StoryKey {
+        unsigned char service = 0;
+        int day = 0;
+        std::int32_t seq = 0;
+    };
+
+    // Fills an empty cache at start.
+    void load(const std::vector<HeadlineRecord>& headlines, const std::vector<StoryRecord>& stories,
+              const std::map<unsigned char, int>& currentDays);
+    PutResult putHeadline(const HeadlineRecord& headline);
+    // Keeps a story; returns its headline's entry when the headline is held (else the story
+    // waits for it).
+    std::optional<CHeadlineTable> putStory(const StoryRecord& story);
+    // Drops a service's headlines, stories and tables of days before keepFrom.
+    void dropBefore(unsigned char service, int keepFrom);
+    void setCurrentDay(unsigned char service, int day) { m_currentDays[service] = day; }
+    void setSearchResults(unsigned char service, int kind, std::vector<CHeadlineTable> entries);
+
+    // Appending look-ups; each returns the number of entries appended.
+    int dateTable(unsigned char service, int day, std::vector<CHeadlineTable>& out) const;
+    int categoryTable(unsigned char service, std::int32_t category, std::vector<CHeadlineTable>& out) const;
+    int symbolTable(unsigned char service, const CString& code, std::vector<CHeadlineTable>& out) const;
+    int searchResults(unsigned char service, int kind, std::vector<CHeadlineTable>& out) const;
+    // The headlines of the entries of one service that are held, in entry order.
+    int headlines(unsigned char service, const std::vector<CHeadlineTable>& entries, std::vector<CHeadline>& out) const;
+
+    bool holds(const CHeadlineTable& entry) const;
+    const CHeadline* headline(const CHeadlineTable& entry) const;
+    std::optional<StoryKey> storyKey(const CHeadlineTable& entry) const;
+    bool story(const CHeadlineTable& entry, CStory& out) const;
+    bool hasStory(const CHeadlineTable& entry) const;
+    const std::vector<CSymbolInfo>* symbols(const CHeadlineTable& entry) const;
+    int currentDay(unsigned char service) const;
+    const std::map<unsigned char, int>& currentDays() const { return m_currentDays; }
+    std::size_t size() const { return m_byEntry.size(); }
+
+private:
+    struct Story {
+        std::int64_t time = 0;
+        CString text;
+    };
+    struct Item {
+        CHeadline headline;
+        int day = 0;
+        std::vector<CSymbolInfo> symbols;
+        std::optional<Story> story;
+    };
+    struct EntryKey {
+        unsigned char service;
+        std::int32_t seq;
+        std::int64_t time;
+        bool operator==(const EntryKey&) const = default;
+    };
+    struct EntryHash {
+        std::size_t operator()(const EntryKey& k) const {
+            return std::hash<std::int64_t>()(k.time * 1000003 + k.seq) ^ (static_cast<std::size_t>(k.service) << 56);
+        }
+    };
+
+    static EntryKey keyOf(const CHeadlineTable& e) { return EntryKey{e.m_byService, e.m_iSeqNo, e.m_tTime}; }
+    struct DayKey {
+        unsigned char service;
+        int day;
+        std::int32_t seq;
+        bool operator==(const DayKey&) const = default;
+    };
+    struct DayHash {
+        std::size_t operator()(const DayKey& k) const {
+            return std::hash<std::int64_t>()((static_cast<std::int64_t>(k.day) << 32 | static_cast<std::uint32_t>(k.seq)) ^
+                                             (static_cast<std::int64_t>(k.service) << 56));
+        }
+    };
+    static std::uint64_t tableKey(unsigned char service, std::int64_t value) {
+        return (static_cast<std::uint64_t>(service) << 32) | static_cast<std::uint32_t>(value);
+    }
+    static std::string symbolKey(unsigned char service, const CString& code) {
+        return static_cast<char>(service) + code;
+    }
+    static void eraseEntry(std::vector<CHeadlineTable>& table, const CHeadlineTable& entry);
+    void removeItem(std::uint32_t slot, bool keepStory, std::optional<Story>* story);
+    const Item* find(const CHeadlineTable& entry) const;
+
+    std::vector<Item> m_items;
+    std::vector<std::uint32_t> m_free;
+    std::unordered_map<EntryKey, std::uint32_t, EntryHash> m_byEntry;
+    std::unordered_map<DayKey, std::uint32_t, DayHash> m_byDaySeq;
+    std::unordered_map<std::uint64_t, std::vector<CHeadlineTable>> m_dateTables;
+    std::unordered_map<std::uint64_t, std::vector<CHeadlineTable>> m_categoryTables;
+    std::unordered_map<std::string, std::vector<CHeadlineTable>> m_symbolTables;
+    std::map<std::pair<unsigned char, int>, std::vector<CHeadlineTable>> m_searchResults;
+    std::unordered_map<DayKey, Story, DayHash> m_waitingStories; // stories whose headline has not come
+    std::map<unsigned char, int> m_currentDays;
+};
+
+} // namespace embedded

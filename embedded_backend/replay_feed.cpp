@@ -1,0 +1,348 @@
+#include "embedded_backend/replay_feed.h"
+
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+#include "embedded_backend/day_math.h"
+#include "embedded_backend/json.h"
+#include "host/text/cp950.h"
+
+namespace embedded {
+
+namespace {
+
+bool integerField(const JsonValue& object, const char* name, long long low, long long high, long long& out,
+                  std::string& error, bool required = true) {
+    const JsonValue* v = object.find(name);
+    if (v == nullptr) {
+        if (required) {
+            error = std::string("missing \"") + name + "\"";
+        }
+        return !required;
+    }
+    const double d = v->isNumber() ? v->numberValue() : std::nan("");
+    if (!v->isNumber() || d != std::floor(d) || d < static_cast<double>(low) || d > static_cast<double>(high)) {
+        error = std::string("\"") + name + "\" must be an integer from " + std::to_string(low) + " to " +
+                std::to_string(high);
+        return false;
+    }
+    out = static_cast<long long>(d);
+    return true;
+}
+
+bool textField(const JsonValue& object, const char* name, bool required, std::string& out, std::string& error) {
+    const JsonValue* v = object.find(name);
+    if (v == nullptr) {
+        if (required) {
+            error = std::string("missing \"") + name + "\"";
+        }
+        return !required;
+    }
+    if (!v->isString()) {
+        error = std::string("\"") + name + "\" must be a string";
+        return false;
+    }
+    out = cp950::fromUtf8(v->stringValue());
+    return true;
+}
+
+bool dateField(const JsonValue& object, int& day, std::string& error) {
+    const JsonValue* v = object.find("date");
+    if (v == nullptr) {
+        day = 0;
+        return true;
+    }
+    const std::optional<int> parsed = v->isString() ? parseDayText(v->stringValue()) : std::nullopt;
+    if (!parsed) {
+        error = "\"date\" must be a valid date written yyyymmdd";
+        return false;
+    }
+    day = *parsed;
+    return true;
+}
+
+bool symbolsField(const JsonValue& object, unsigned char service, std::vector<CSymbolInfo>& out, std::string& error) {
+    const JsonValue* v = object.find("symbols");
+    if (v == nullptr) {
+        return true;
+    }
+    if (!v->isArray()) {
+        error = "\"symbols\" must be an array";
+        return false;
+    }
+    for (const JsonValue& item : v->items()) {
+        CSymbolInfo s;
+        s.m_byMarket = service;
+        if (item.isString()) {
+            s.m_strCode = cp950::fromUtf8(item.stringValue());
+        } else if (item.isObject()) {
+            long long market = service;
+            if (!textField(item, "code", true, s.m_strCode, error) || !textField(item, "name", false, s.m_strName, error) ||
+                !integerField(item, "market", 0, 255, market, error, false)) {
+                error = "symbol: " + error;
+                return false;
+            }
+            s.m_byMarket = static_cast<unsigned char>(market);
+        } else {
+            error = "a symbol must be a code or an object";
+            return false;
+        }
+        if (s.m_strCode.empty()) {
+            error = "a symbol code is empty";
+            return false;
+        }
+        out.push_back(std::move(s));
+    }
+    return true;
+}
+
+} // namespace
+
+LineStatus parseReplayLine(std::string_view line, std::int64_t baseTime, FeedEvent& event, double& at,
+                           std::string& error) {
+    while (!line.empty() && (line.back() == '\r' || line.back() == ' ' || line.back() == '\t')) {
+        line.remove_suffix(1);
+    }
+    if (line.substr(0, 3) == "\xEF\xBB\xBF") {
+        line.remove_prefix(3); // a byte-order mark written by some editors
+    }
+    if (line.find_first_not_of(" \t") == std::string_view::npos) {
+        return LineStatus::Blank;
+    }
+    JsonError jsonError;
+    const std::optional<JsonValue> parsed = parseJson(line, &jsonError);
+    if (!parsed) {
+        error = "column " + std::to_string(jsonError.offset + 1) + ": " + jsonError.message;
+        return LineStatus::Bad;
+    }
+    if (!parsed->isObject()) {
+        error = "a line must hold one JSON object";
+        return LineStatus::Bad;
+    }
+    const JsonValue& o = *parsed;
+    std::string kind;
+    const JsonValue* kindValue = o.find("event");
+    if (kindValue == nullptr || !kindValue->isString()) {
+        error = "missing \"event\"";
+        return LineStatus::Bad;
+    }
+    kind = kindValue->stringValue();
+    const JsonValue* atValue = o.find("at");
+    if (atValue == nullptr || !atValue->isNumber() || !(atValue->numberValue() >= 0) ||
+        atValue->numberValue() > 1e9) {
+        error = "\"at\" must be a number of seconds from 0";
+        return LineStatus::Bad;
+    }
+    at = atValue->numberValue();
+    event = FeedEvent{};
+    event.time = baseTime + static_cast<std::int64_t>(std::floor(at));
+
+    long long service = 0;
+    long long seq = 0;
+    long long category = 0;
+    if (kind == "headline" || kind == "resend") {
+        event.kind = kind == "headline" ? FeedEventKind::Headline : FeedEventKind::Resend;
+        CString story;
+        const bool ok = integerField(o, "service", 1, 255, service, error) &&
+                        integerField(o, "seq", 0, INT32_MAX, seq, error) &&
+                        textField(o, "title", true, event.title, error) &&
+                        integerField(o, "category", INT32_MIN, INT32_MAX, category, error, false) &&
+                        textField(o, "categoryName", false, event.categoryName, error) &&
+                        symbolsField(o, static_cast<unsigned char>(service), event.symbols, error) &&
+                        textField(o, "story", false, story, error);
+        if (!ok) {
+            return LineStatus::Bad;
+        }
+        if (event.title.empty()) {
+            error = "\"title\" is empty";
+            return LineStatus::Bad;
+        }
+        if (o.find("story") != nullptr) {
+            event.story = std::move(story);
+        }
+    } else if (kind == "story") {
+        event.kind = FeedEventKind::Story;
+        CString text;
+        if (!integerField(o, "service", 1, 255, service, error) || !integerField(o, "seq", 0, INT32_MAX, seq, error) ||
+            !textField(o, "text", true, text, error) || !dateField(o, event.day, error)) {
+            return LineStatus::Bad;
+        }
+        event.story = std::move(text);
+    } else if (kind == "newday") {
+        event.kind = FeedEventKind::NewDay;
+        if (!integerField(o, "service", 1, 255, service, error) || !dateField(o, event.day, error)) {
+            return LineStatus::Bad;
+        }
+    } else if (kind == "disconnect") {
+        event.kind = FeedEventKind::Disconnect;
+    } else if (kind == "reconnect") {
+        event.kind = FeedEventKind::Reconnect;
+    } else {
+        error = "unknown event \"" + kind + "\"";
+        return LineStatus::Bad;
+    }
+    event.service = static_cast<unsigned char>(service);
+    event.seq = static_cast<std::int32_t>(seq);
+    event.category = static_cast<std::int32_t>(category);
+    return LineStatus::Event;
+}
+
+bool ReplayFeed::start(ReplayOptions options, Sink sink, std::string* error) {
+    stop();
+    std::ifstream file(options.path, std::ios::binary);
+    if (!file) {
+        if (error != nullptr) {
+            *error = "cannot open the replay file " + options.path;
+        }
+        return false;
+    }
+    std::ostringstream content;
+    content << file.rdbuf();
+    {
+        std::lock_guard lock(m_mutex);
+        m_report = ReplayReport{};
+    }
+    m_thread.start([this, options = std::move(options), sink = std::move(sink), text = content.str()]() mutable {
+        run(options, sink, std::move(text));
+    });
+    return true;
+}
+
+void ReplayFeed::run(const ReplayOptions& options, const Sink& sink, std::string content) {
+    const auto begin = std::chrono::steady_clock::now();
+    std::vector<FeedEvent> batch;
+    const std::size_t batchSize = std::max<std::size_t>(1, options.batchSize);
+    auto handOver = [&] {
+        if (batch.empty()) {
+            return;
+        }
+        const std::size_t count = batch.size();
+        sink(std::move(batch));
+        batch.clear();
+        std::lock_guard lock(m_mutex);
+        m_report.events += count;
+    };
+    std::size_t lineNumber = 0;
+    std::size_t pos = 0;
+    while (pos < content.size()) {
+        const std::size_t end = std::min(content.find('\n', pos), content.size());
+        const std::string_view line(content.data() + pos, end - pos);
+        pos = end + 1;
+        ++lineNumber;
+        FeedEvent event;
+        double at = 0;
+        std::string error;
+        const LineStatus status = parseReplayLine(line, options.baseTime, event, at, error);
+        {
+            std::lock_guard lock(m_mutex);
+            m_report.lines = lineNumber;
+            if (status == LineStatus::Bad) {
+                m_report.errors.push_back(ReplayLineError{lineNumber, error});
+            }
+        }
+        if (status != LineStatus::Event) {
+            continue;
+        }
+        if (options.speed > 0) {
+            const auto due = begin + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                                         std::chrono::duration<double>(at / options.speed));
+            if (due > std::chrono::steady_clock::now()) {
+                handOver(); // what is due now goes out before the wait
+                if (!m_thread.waitUntil(due)) {
+                    return;
+                }
+            }
+        } else if (m_thread.stopping()) {
+            return;
+        }
+        batch.push_back(std::move(event));
+        if (batch.size() >= batchSize) {
+            handOver();
+        }
+    }
+    handOver();
+    std::lock_guard lock(m_mutex);
+    m_report.finished = true;
+}
+
+ReplayReport ReplayFeed::report() const {
+    std::lock_guard lock(m_mutex);
+    return m_report;
+}
+
+namespace {
+
+std::string symbolsJson(const std::vector<CSymbolInfo>& symbols, unsigned char service) {
+    std::string out = "[";
+    for (std::size_t i = 0; i < symbols.size(); ++i) {
+        const CSymbolInfo& s = symbols[i];
+        out += i > 0 ? "," : "";
+        out += "{\"code\":" + jsonQuote(cp950::toUtf8(s.m_strCode));
+        if (!s.m_strName.empty()) {
+            out += ",\"name\":" + jsonQuote(cp950::toUtf8(s.m_strName));
+        }
+        if (s.m_byMarket != service) {
+            out += ",\"market\":" + std::to_string(s.m_byMarket);
+        }
+        out += "}";
+    }
+    return out + "]";
+}
+
+} // namespace
+
+std::string replayLine(const FeedEvent& e, double at) {
+    char offset[32];
+    std::snprintf(offset, sizeof offset, "%.3f", at);
+    std::string text = offset; // "%.3f" always writes a point: trim its trailing zeros
+    while (text.back() == '0') {
+        text.pop_back();
+    }
+    if (text.back() == '.') {
+        text.pop_back();
+    }
+    std::string out = "{\"at\":" + text + ",\"event\":";
+    const std::string service = std::to_string(e.service);
+    switch (e.kind) {
+    case FeedEventKind::Headline:
+    case FeedEventKind::Resend:
+        out += e.kind == FeedEventKind::Headline ? "\"headline\"" : "\"resend\"";
+        out += ",\"service\":" + service + ",\"seq\":" + std::to_string(e.seq);
+        out += ",\"category\":" + std::to_string(e.category);
+        if (!e.categoryName.empty()) {
+            out += ",\"categoryName\":" + jsonQuote(cp950::toUtf8(e.categoryName));
+        }
+        out += ",\"title\":" + jsonQuote(cp950::toUtf8(e.title));
+        if (!e.symbols.empty()) {
+            out += ",\"symbols\":" + symbolsJson(e.symbols, e.service);
+        }
+        if (e.story) {
+            out += ",\"story\":" + jsonQuote(cp950::toUtf8(*e.story));
+        }
+        break;
+    case FeedEventKind::Story:
+        out += "\"story\",\"service\":" + service + ",\"seq\":" + std::to_string(e.seq);
+        if (e.day != 0) {
+            out += ",\"date\":\"" + dayText(e.day) + "\"";
+        }
+        out += ",\"text\":" + jsonQuote(cp950::toUtf8(e.story.value_or(CString{})));
+        break;
+    case FeedEventKind::NewDay:
+        out += "\"newday\",\"service\":" + service;
+        if (e.day != 0) {
+            out += ",\"date\":\"" + dayText(e.day) + "\"";
+        }
+        break;
+    case FeedEventKind::Disconnect:
+        out += "\"disconnect\"";
+        break;
+    case FeedEventKind::Reconnect:
+        out += "\"reconnect\"";
+        break;
+    }
+    return out + "}";
+}
+
+} // namespace embedded
