@@ -4,6 +4,7 @@
 #include "adapters/headless/headless_sheet.h"
 #include "apps/newsview-script/action_failure.h"
 #include "apps/newsview-script/scenario_runner.h"
+#include "embedded_backend/embedded_backend.h"
 #include "host/framework/base_views.h"
 #include "host/text/format.h"
 
@@ -234,10 +235,20 @@ void ScenarioRunner::doSymbolChange(const Statement& s) {
 }
 
 void ScenarioRunner::doConnect(const Statement& /*s*/) {
+    if (m_embedded) {
+        m_embedded->connect();
+        drainEmbedded();
+        return;
+    }
     m_backend.setConnected(true);
 }
 
 void ScenarioRunner::doDisconnect(const Statement& /*s*/) {
+    if (m_embedded) {
+        m_embedded->disconnect();
+        drainEmbedded();
+        return;
+    }
     m_backend.setConnected(false);
 }
 
@@ -534,6 +545,10 @@ void ScenarioRunner::doAdvance(const Statement& s) {
 }
 
 void ScenarioRunner::doDrain(const Statement& /*s*/) {
+    if (m_embedded) {
+        drainEmbedded();
+        return;
+    }
     m_host->settle();
 }
 

@@ -238,6 +238,9 @@ std::vector<std::string> ScenarioRunner::observe(const Statement& s, const std::
         }
         return {"<no tip window>"};
     }
+    if (what == "feed") {
+        return observeFeed();
+    }
     if (what == "calls") {
         const bool all = words.size() > 1 && arg(1) == "all";
         std::vector<std::string> lines;

@@ -199,9 +199,11 @@ void ScenarioRunner::doLang(const Statement& s) {
 
 void ScenarioRunner::doLangFile(const Statement& s) {
     std::string error;
-    if (!m_backend.language().load(resolvePath(s, word(s, 1)).string(), &error)) {
+    const fs::path path = resolvePath(s, word(s, 1));
+    if (!m_backend.language().load(path.string(), &error)) {
         scriptError(s, error);
     }
+    m_languageFiles.push_back(path); // `backend embedded` hands it to the embedded back end
 }
 
 void ScenarioRunner::doSimplified(const Statement& s) {

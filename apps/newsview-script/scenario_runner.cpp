@@ -12,6 +12,7 @@
 #include "adapters/headless/headless_sheet.h"
 #include "adapters/headless/headless_window.h"
 #include "apps/newsview-script/action_failure.h"
+#include "embedded_backend/embedded_backend.h"
 #include "host/backend/subscriptions.h"
 #include "host/framework/base_views.h"
 #include "host/framework/sync_info.h"
@@ -44,6 +45,7 @@ ScenarioRunner::ScenarioRunner(RunnerOptions options, std::ostream& out, std::os
 
 ScenarioRunner::~ScenarioRunner() {
     destroyView();
+    shutDownEmbedded();
     m_backend.uninstall();
     NewsSubscriptions::instance().clear();
     m_host.reset();
@@ -159,6 +161,11 @@ const std::map<std::string, ScenarioRunner::Handler>& ScenarioRunner::handlers()
         {"advance", &ScenarioRunner::doAdvance},
         {"drain", &ScenarioRunner::doDrain},
         {"mark", &ScenarioRunner::doMark},
+        // The embedded back end
+        {"backend", &ScenarioRunner::doBackend},
+        {"feed", &ScenarioRunner::doFeed},
+        {"feed-wait", &ScenarioRunner::doFeedWait},
+        {"new-day", &ScenarioRunner::doNewDay},
         // Observations
         {"print", &ScenarioRunner::doPrint},
         {"expect", &ScenarioRunner::doExpect},
@@ -182,6 +189,7 @@ void ScenarioRunner::execute(const Statement& statement) {
         scriptError(statement,
                     "'" + name + "' takes no indented lines (line " + std::to_string(statement.blockFirstLine) + ")");
     }
+    checkBackendFor(statement);
     (this->*(it->second))(statement);
 }
 

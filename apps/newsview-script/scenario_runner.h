@@ -16,6 +16,10 @@
 
 class TRVVirtualBaseView;
 
+namespace embedded {
+class EmbeddedBackend;
+} // namespace embedded
+
 namespace headless {
 class WindowCore;
 class HeadlessSheet;
@@ -29,7 +33,8 @@ struct RunnerOptions {
     bool keepWork = false;
 };
 
-// Runs one scenario script against a view on the headless host and a scripted back end.
+// Runs one scenario script against a view on the headless host and a scripted back end, or
+// the embedded back end fed by replay files once the script says `backend embedded`.
 // Texts of the script are UTF-8 and enter the module as code page 950; everything observed
 // is converted back to UTF-8. Results: 0 when every expectation held, 1 when one failed or an
 // action could not be performed, 2 when the script itself is wrong or cannot be read.
@@ -153,6 +158,20 @@ private:
     void doDrain(const Statement& s);
     void doMark(const Statement& s);
 
+    // --- The embedded back end (runner_embedded.cpp) ---
+    void doBackend(const Statement& s);
+    void doFeed(const Statement& s);
+    void doFeedWait(const Statement& s);
+    void doNewDay(const Statement& s);
+    // Refuses statements meant for the other back end than the active one; remembers the first
+    // statement that set up the scripted back end.
+    void checkBackendFor(const Statement& s);
+    // Runs the store worker's queue and the dispatcher until neither has anything left.
+    void drainEmbedded();
+    void shutDownEmbedded();
+    std::vector<std::string> observeFeed() const;
+    std::int64_t durationMs(const Statement& s, std::size_t index) const;
+
     // --- Observations (runner_observe.cpp) ---
     void doPrint(const Statement& s);
     void doExpect(const Statement& s);
@@ -168,6 +187,14 @@ private:
     std::ostream& m_err;
     std::unique_ptr<headless::HeadlessHost> m_host; // first of the world: outlives the view
     headless::ScriptedBackend m_backend;
+    std::unique_ptr<embedded::EmbeddedBackend> m_embedded; // null while the scripted one serves
+    int m_embeddedLine = 0;                                // line of `backend embedded`
+    int m_scriptedSetupLine = 0;                           // first statement that set up the scripted back end
+    std::string m_scriptedSetupName;
+    std::vector<std::filesystem::path> m_languageFiles; // loaded by lang-file, in order
+    std::string m_feedName;                             // the latest replay file; empty: none
+    bool m_feedChecked = false;                         // its line errors were reported
+    std::vector<std::string> m_storeErrors;             // reported by the store, not yet failed
     CfgFileStore m_store;
     std::unique_ptr<TRVVirtualBaseView> m_view;
     struct ViewInfo {
