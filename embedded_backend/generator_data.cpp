@@ -55,25 +55,27 @@ const std::vector<SymbolSource> kHongKongSymbols = {
 
 const std::vector<const char*> kIssuers = {"元大", "凱基", "群益", "統一", "富邦", "永豐"};
 
+// Ids and short names agree with resources/NewsService.ini, which the view uses for its
+// category column.
 const std::vector<CategorySource> kStockCategories = {
     {1,
      "營收",
      {"{name}({code}){month}月營收{amt}億元，年增{pct}%", "{name}({code})公告{month}月合併營收{amt}億元，月減{pct}%",
       "{name}{month}月營收創同期新高，年增{pct}%"}},
     {2, "法說", {"{name}({code})將於{md}舉行法說會", "{name}({code})法說會：{period}{topic}需求看增"}},
-    {3,
+    {4,
      "除權息",
      {"{name}({code})董事會決議每股配發現金股利{div}元", "{name}({code})今日除息，息值{div}元",
       "{name}({code})公告除權息交易日為{md}"}},
-    {4,
+    {13,
      "董事會",
      {"{name}({code})董事會決議通過{year}年度財務報告", "{name}({code})董事會決議辦理現金增資{shares}張",
       "{name}({code})董事會決議買回庫藏股{shares}張"}},
-    {5, "資產", {"{name}({code})公告處分{asset}，處分利益{amt}億元", "{name}({code})代子公司公告取得{asset}"}},
-    {6, "澄清", {"{name}({code})澄清{media}有關{topic}之報導", "{name}({code})針對{media}報導之說明"}},
-    {7, "財報", {"{name}({code})第{q}季每股盈餘{eps}元", "{name}({code})公布第{q}季財報，毛利率{pct}%"}},
-    {8, "產業", {"{topic}需求回溫，{name}({code})訂單能見度提升", "{name}({code})擴大{topic}布局，資本支出上調"}},
-    {9, "評等", {"外資調升{name}({code})目標價至{price}元", "投信連{days}日買超{name}({code})"}},
+    {14, "資產", {"{name}({code})公告處分{asset}，處分利益{amt}億元", "{name}({code})代子公司公告取得{asset}"}},
+    {15, "澄清", {"{name}({code})澄清{media}有關{topic}之報導", "{name}({code})針對{media}報導之說明"}},
+    {3, "財報", {"{name}({code})第{q}季每股盈餘{eps}元", "{name}({code})公布第{q}季財報，毛利率{pct}%"}},
+    {6, "產業", {"{topic}需求回溫，{name}({code})訂單能見度提升", "{name}({code})擴大{topic}布局，資本支出上調"}},
+    {16, "評等", {"外資調升{name}({code})目標價至{price}元", "投信連{days}日買超{name}({code})"}},
 };
 
 const std::vector<CategorySource> kWarrantCategories = {
