@@ -14,7 +14,9 @@ namespace {
 constexpr unsigned char kWarrantService = 52;
 constexpr const char* kListDelimiters = " ,\n";
 
-std::string symbolKey(const CString& code) { return cp950::toUpper(code); }
+std::string symbolKey(const CString& code) {
+    return cp950::toUpper(code);
+}
 
 } // namespace
 

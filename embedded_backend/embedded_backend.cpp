@@ -44,8 +44,7 @@ EmbeddedBackend::EmbeddedBackend(EmbeddedBackendOptions options)
     : m_options(std::move(options)), m_systemClock(std::make_unique<SystemClock>()), m_ui(std::make_shared<UiState>()),
       m_worker(std::make_unique<StoreWorker>()) {
     m_options.daysToKeep = std::max(1, m_options.daysToKeep);
-    m_ui->subscriptions =
-        m_options.subscriptions != nullptr ? m_options.subscriptions : &NewsSubscriptions::instance();
+    m_ui->subscriptions = m_options.subscriptions != nullptr ? m_options.subscriptions : &NewsSubscriptions::instance();
     m_ui->connected = m_options.startConnected;
     m_ui->onStoreError = m_options.onStoreError;
     m_ui->catalog.loadBuiltIn();
@@ -77,7 +76,9 @@ EmbeddedBackend::EmbeddedBackend(EmbeddedBackendOptions options)
     m_worker->start();
 }
 
-EmbeddedBackend::~EmbeddedBackend() { shutdown(); }
+EmbeddedBackend::~EmbeddedBackend() {
+    shutdown();
+}
 
 std::int64_t EmbeddedBackend::now() const {
     return (m_options.clock != nullptr ? m_options.clock : m_systemClock.get())->now();
@@ -132,7 +133,7 @@ StoreOpenResult EmbeddedBackend::open(OpenMode mode) {
             ui.catalog.addSymbol(h.service, s.m_strCode, s.m_strName);
         }
     }
-    ui.cache.load(loaded.headlines, loaded.stories, currentDays);
+    ui.cache.load(std::move(loaded.headlines), loaded.stories, currentDays);
     m_ingest->restore(currentDays, ui.connected);
 
     // Record the days and drop what fell out of the kept range, on the worker.
@@ -169,11 +170,17 @@ FeedEvent controlEvent(FeedEventKind kind, unsigned char service, std::int64_t t
 } // namespace
 
 // The toolbar's link and day controls travel with the news, so they take effect in order.
-void EmbeddedBackend::connect() { ingest({controlEvent(FeedEventKind::Reconnect, 0, now())}); }
+void EmbeddedBackend::connect() {
+    ingest({controlEvent(FeedEventKind::Reconnect, 0, now())});
+}
 
-void EmbeddedBackend::disconnect() { ingest({controlEvent(FeedEventKind::Disconnect, 0, now())}); }
+void EmbeddedBackend::disconnect() {
+    ingest({controlEvent(FeedEventKind::Disconnect, 0, now())});
+}
 
-void EmbeddedBackend::startNewDay(unsigned char service) { ingest({controlEvent(FeedEventKind::NewDay, service, now())}); }
+void EmbeddedBackend::startNewDay(unsigned char service) {
+    ingest({controlEvent(FeedEventKind::NewDay, service, now())});
+}
 
 void EmbeddedBackend::ingest(std::vector<FeedEvent> events) {
     if (!m_shutDown) {
@@ -189,15 +196,21 @@ bool EmbeddedBackend::startReplay(ReplayOptions options, std::string* error) {
         options.baseTime = now();
     }
     Ingest* target = m_ingest.get();
-    return m_replay.start(std::move(options), [target](std::vector<FeedEvent> events) { target->submit(std::move(events)); },
-                          error);
+    return m_replay.start(
+        std::move(options), [target](std::vector<FeedEvent> events) { target->submit(std::move(events)); }, error);
 }
 
-void EmbeddedBackend::stopReplay() { m_replay.stop(); }
+void EmbeddedBackend::stopReplay() {
+    m_replay.stop();
+}
 
-bool EmbeddedBackend::waitReplayFinished(std::chrono::milliseconds timeout) { return m_replay.waitFinished(timeout); }
+bool EmbeddedBackend::waitReplayFinished(std::chrono::milliseconds timeout) {
+    return m_replay.waitFinished(timeout);
+}
 
-ReplayReport EmbeddedBackend::replayReport() const { return m_replay.report(); }
+ReplayReport EmbeddedBackend::replayReport() const {
+    return m_replay.report();
+}
 
 void EmbeddedBackend::startGenerator(GeneratorFeedOptions options) {
     if (m_shutDown) {
@@ -207,22 +220,33 @@ void EmbeddedBackend::startGenerator(GeneratorFeedOptions options) {
         options.generator.startTime = now();
     }
     Ingest* target = m_ingest.get();
-    m_generator.start(std::move(options), [target](std::vector<FeedEvent> events) { target->submit(std::move(events)); });
+    m_generator.start(std::move(options),
+                      [target](std::vector<FeedEvent> events) { target->submit(std::move(events)); });
 }
 
-void EmbeddedBackend::stopGenerator() { m_generator.stop(); }
+void EmbeddedBackend::stopGenerator() {
+    m_generator.stop();
+}
 
 bool EmbeddedBackend::waitGeneratorFinished(std::chrono::milliseconds timeout) {
     return m_generator.waitFinished(timeout);
 }
 
-void EmbeddedBackend::flushStore() { m_worker->flush(); }
+void EmbeddedBackend::flushStore() {
+    m_worker->flush();
+}
 
-std::string EmbeddedBackend::storeError() const { return m_worker->lastError(); }
+std::string EmbeddedBackend::storeError() const {
+    return m_worker->lastError();
+}
 
-Ingest::Stats EmbeddedBackend::ingestStats() const { return m_ingest->stats(); }
+Ingest::Stats EmbeddedBackend::ingestStats() const {
+    return m_ingest->stats();
+}
 
-std::size_t EmbeddedBackend::cachedHeadlines() const { return m_ui->cache.size(); }
+std::size_t EmbeddedBackend::cachedHeadlines() const {
+    return m_ui->cache.size();
+}
 
 void EmbeddedBackend::answerInOrder(std::function<void(UiState&)> work) {
     UiDispatcher* dispatcher = m_options.dispatcher;

@@ -27,15 +27,15 @@ class StoreWorker;
 struct UiState;
 
 struct EmbeddedBackendOptions {
-    std::string dataFolder;                 // holds the store file
+    std::string dataFolder; // holds the store file
     std::string storeFileName = "news.db";
-    int daysToKeep = 30;                    // calendar days up to the current news day
-    std::string systemPath;                 // folder of Application.ini and NewsService.ini
-    std::string languageFile;               // UTF-8 KEY=text file; when absent keys show as themselves
-    UiDispatcher* dispatcher = nullptr;     // required; outlives the back end
-    const host::Clock* clock = nullptr;     // "now"; null: the system clock (read on the UI thread only)
+    int daysToKeep = 30;                        // calendar days up to the current news day
+    std::string systemPath;                     // folder of Application.ini and NewsService.ini
+    std::string languageFile;                   // UTF-8 KEY=text file; when absent keys show as themselves
+    UiDispatcher* dispatcher = nullptr;         // required; outlives the back end
+    const host::Clock* clock = nullptr;         // "now"; null: the system clock (read on the UI thread only)
     NewsSubscriptions* subscriptions = nullptr; // null: NewsSubscriptions::instance()
-    std::size_t maxSearchResults = 2000;    // newest first
+    std::size_t maxSearchResults = 1000;        // newest first
     bool startConnected = true;
     bool convertToSimplified = false;
     int productId = 0;

@@ -116,7 +116,9 @@ bool EmbeddedBackend::bNewsAPI_GetNewsCatId(unsigned char service, std::vector<C
     return true;
 }
 
-int EmbeddedBackend::bIsConnect() { return m_ui->connected ? 1 : 0; }
+int EmbeddedBackend::bIsConnect() {
+    return m_ui->connected ? 1 : 0;
+}
 
 bool EmbeddedBackend::bGetAllServiceID(std::vector<unsigned char>& services) {
     return BKQNEWS_bGetAllNewsService(services);
@@ -126,7 +128,9 @@ int EmbeddedBackend::BKQCheckAuthSupport(unsigned char service) {
     return m_ui->catalog.service(service) != nullptr ? 1 : 0;
 }
 
-bool EmbeddedBackend::bGetServiceID2Delay(unsigned char, unsigned char&) { return false; }
+bool EmbeddedBackend::bGetServiceID2Delay(unsigned char, unsigned char&) {
+    return false;
+}
 
 bool EmbeddedBackend::bGetSymbolID(unsigned char service, std::vector<CString>& codes, std::vector<CString>& names) {
     return GetSymbolsByService(service, codes, names, 0);
@@ -170,11 +174,17 @@ bool EmbeddedBackend::bGetItemDataByItemNo(CString& value, unsigned char service
     return true;
 }
 
-bool EmbeddedBackend::bSymbolNameIsShowRealMonth() { return false; }
+bool EmbeddedBackend::bSymbolNameIsShowRealMonth() {
+    return false;
+}
 
-CString EmbeddedBackend::LangGetLangString(const CString& key) { return m_ui->language.text(key); }
+CString EmbeddedBackend::LangGetLangString(const CString& key) {
+    return m_ui->language.text(key);
+}
 
-bool EmbeddedBackend::LangIsConvertToSimplified(const unsigned char&) { return m_options.convertToSimplified; }
+bool EmbeddedBackend::LangIsConvertToSimplified(const unsigned char&) {
+    return m_options.convertToSimplified;
+}
 
 bool EmbeddedBackend::LangConvertToSimplifiedChinese(const CString& in, CString& out) {
     out = in; // no conversion table ships with the embedded back end: texts pass unchanged
@@ -189,7 +199,9 @@ CString EmbeddedBackend::PathGetSysPath() {
     return path;
 }
 
-int EmbeddedBackend::AppInfoGetProductID() { return m_options.productId; }
+int EmbeddedBackend::AppInfoGetProductID() {
+    return m_options.productId;
+}
 
 bool EmbeddedBackend::GetSymbolsByService(unsigned char service, std::vector<CString>& codes,
                                           std::vector<CString>& names, int) {

@@ -15,7 +15,9 @@ void Ingest::restore(const std::map<unsigned char, int>& currentDays, bool conne
     m_connected = connected;
 }
 
-int Ingest::keepFrom(int day) const { return addDays(day, 1 - m_daysToKeep); }
+int Ingest::keepFrom(int day) const {
+    return addDays(day, 1 - m_daysToKeep);
+}
 
 Ingest::Stats Ingest::stats() const {
     std::lock_guard lock(m_mutex);
@@ -35,9 +37,8 @@ void Ingest::send(NewsBatch& batch, bool toStore) {
     if (m_toUi) {
         m_toUi(shared);
     }
-    const bool storable = std::any_of(shared->changes.begin(), shared->changes.end(), [](const NewsChange& c) {
-        return !std::holds_alternative<ConnectionChange>(c);
-    });
+    const bool storable = std::any_of(shared->changes.begin(), shared->changes.end(),
+                                      [](const NewsChange& c) { return !std::holds_alternative<ConnectionChange>(c); });
     if (toStore && storable && m_toStore) {
         m_toStore(std::move(shared));
     }

@@ -16,17 +16,16 @@ void NewsCache::eraseEntry(std::vector<CHeadlineTable>& table, const CHeadlineTa
 }
 
 const NewsCache::Item* NewsCache::find(const CHeadlineTable& entry) const {
-    const auto it = m_byEntry.find(keyOf(entry));
-    return it == m_byEntry.end() ? nullptr : &m_items[it->second];
+    const std::uint32_t* slot = m_byEntry.find(keyOf(entry));
+    return slot == nullptr ? nullptr : &m_items[*slot];
 }
 
 void NewsCache::removeItem(std::uint32_t slot, bool keepStory, std::optional<Story>* story) {
     Item& item = m_items[slot];
     const CHeadline& h = item.headline;
     const CHeadlineTable entry{h.m_byService, h.m_tTime, h.m_iSeqNo, 0, 0};
-    const auto byEntry = m_byEntry.find(keyOf(entry));
-    if (byEntry != m_byEntry.end() && byEntry->second == slot) {
-        m_byEntry.erase(byEntry);
+    if (const std::uint32_t* byEntry = m_byEntry.find(keyOf(entry)); byEntry != nullptr && *byEntry == slot) {
+        m_byEntry.erase(keyOf(entry));
     }
     if (const auto d = m_dateTables.find(tableKey(h.m_byService, item.day)); d != m_dateTables.end()) {
         eraseEntry(d->second, entry);
@@ -46,13 +45,13 @@ void NewsCache::removeItem(std::uint32_t slot, bool keepStory, std::optional<Sto
     m_free.push_back(slot);
 }
 
-void NewsCache::load(const std::vector<HeadlineRecord>& headlines, const std::vector<StoryRecord>& stories,
+void NewsCache::load(std::vector<HeadlineRecord> headlines, const std::vector<StoryRecord>& stories,
                      const std::map<unsigned char, int>& currentDays) {
     m_items.reserve(m_items.size() + headlines.size());
     m_byEntry.reserve(m_byEntry.size() + headlines.size());
     m_byDaySeq.reserve(m_byDaySeq.size() + headlines.size());
-    for (const HeadlineRecord& h : headlines) {
-        putHeadline(h);
+    for (HeadlineRecord& h : headlines) {
+        putHeadline(std::move(h));
     }
     for (const StoryRecord& s : stories) {
         putStory(s);
@@ -62,22 +61,23 @@ void NewsCache::load(const std::vector<HeadlineRecord>& headlines, const std::ve
     }
 }
 
-NewsCache::PutResult NewsCache::putHeadline(const HeadlineRecord& r) {
+NewsCache::PutResult NewsCache::putHeadline(HeadlineRecord r) {
     PutResult result;
     result.entry = CHeadlineTable{r.service, r.time, r.seq, 0, 0};
     const DayKey daySeq{r.service, r.day, r.seq};
     std::optional<Story> story;
-    if (const auto old = m_byDaySeq.find(daySeq); old != m_byDaySeq.end()) {
+    if (const std::uint32_t* old = m_byDaySeq.find(daySeq); old != nullptr) {
         // A re-sent headline replaces the earlier version and keeps its story.
-        const Item& previous = m_items[old->second];
+        const std::uint32_t oldSlot = *old;
+        const Item& previous = m_items[oldSlot];
         result.replaced = true;
         result.previousEntry = CHeadlineTable{r.service, previous.headline.m_tTime, r.seq, 0, 0};
         result.previousCategory = previous.headline.m_iCategory;
         for (const CSymbolInfo& s : previous.symbols) {
             result.previousSymbols.push_back(s.m_strCode);
         }
-        removeItem(old->second, true, &story);
-        m_byDaySeq.erase(old);
+        removeItem(oldSlot, true, &story);
+        m_byDaySeq.erase(daySeq);
     }
     if (const auto waiting = m_waitingStories.find(daySeq); waiting != m_waitingStories.end()) {
         story = std::move(waiting->second);
@@ -95,25 +95,27 @@ NewsCache::PutResult NewsCache::putHeadline(const HeadlineRecord& r) {
     item.headline.m_byService = r.service;
     item.headline.m_tTime = r.time;
     item.headline.m_iSeqNo = r.seq;
-    item.headline.m_strTitle = r.title;
+    item.headline.m_strTitle = std::move(r.title);
     item.headline.m_iCategory = r.category;
     item.day = r.day;
-    item.symbols = r.symbols;
+    item.symbols = std::move(r.symbols);
     item.story = std::move(story);
 
     // Two headlines with one key cannot both be reached by key: the newer one wins.
-    if (const auto clash = m_byEntry.find(keyOf(result.entry)); clash != m_byEntry.end()) {
-        const Item& other = m_items[clash->second];
+    if (const std::uint32_t* clash = m_byEntry.find(keyOf(result.entry)); clash != nullptr) {
+        const std::uint32_t clashSlot = *clash;
+        const Item& other = m_items[clashSlot];
         m_byDaySeq.erase(DayKey{other.headline.m_byService, other.day, other.headline.m_iSeqNo});
-        removeItem(clash->second, false, nullptr);
+        removeItem(clashSlot, false, nullptr);
     }
-    m_byEntry[keyOf(result.entry)] = slot;
-    m_byDaySeq[daySeq] = slot;
+    m_byEntry.set(keyOf(result.entry), slot);
+    m_byDaySeq.set(daySeq, slot);
     m_dateTables[tableKey(r.service, r.day)].push_back(result.entry);
     m_categoryTables[tableKey(r.service, r.category)].push_back(result.entry);
-    for (std::size_t i = 0; i < r.symbols.size(); ++i) {
-        const CString& code = r.symbols[i].m_strCode;
-        const bool repeated = std::any_of(r.symbols.begin(), r.symbols.begin() + static_cast<std::ptrdiff_t>(i),
+    const std::vector<CSymbolInfo>& symbols = m_items[slot].symbols;
+    for (std::size_t i = 0; i < symbols.size(); ++i) {
+        const CString& code = symbols[i].m_strCode;
+        const bool repeated = std::any_of(symbols.begin(), symbols.begin() + static_cast<std::ptrdiff_t>(i),
                                           [&](const CSymbolInfo& s) { return s.m_strCode == code; });
         if (!repeated) {
             m_symbolTables[symbolKey(r.service, code)].push_back(result.entry);
@@ -124,12 +126,12 @@ NewsCache::PutResult NewsCache::putHeadline(const HeadlineRecord& r) {
 
 std::optional<CHeadlineTable> NewsCache::putStory(const StoryRecord& s) {
     const DayKey key{s.service, s.day, s.seq};
-    const auto it = m_byDaySeq.find(key);
-    if (it == m_byDaySeq.end()) {
+    const std::uint32_t* slot = m_byDaySeq.find(key);
+    if (slot == nullptr) {
         m_waitingStories[key] = Story{s.time, s.text};
         return std::nullopt;
     }
-    Item& item = m_items[it->second];
+    Item& item = m_items[*slot];
     item.story = Story{s.time, s.text};
     return CHeadlineTable{s.service, item.headline.m_tTime, s.seq, 0, 0};
 }
@@ -144,14 +146,15 @@ void NewsCache::dropBefore(unsigned char service, int keepFrom) {
             continue;
         }
         for (const CHeadlineTable& e : it->second) {
-            if (const auto found = m_byEntry.find(keyOf(e)); found != m_byEntry.end()) {
-                slots.push_back(found->second);
+            if (const std::uint32_t* found = m_byEntry.find(keyOf(e)); found != nullptr) {
+                slots.push_back(*found);
             }
         }
         it = m_dateTables.erase(it);
     }
     if (slots.empty()) {
-        std::erase_if(m_waitingStories, [&](const auto& w) { return w.first.service == service && w.first.day < keepFrom; });
+        std::erase_if(m_waitingStories,
+                      [&](const auto& w) { return w.first.service == service && w.first.day < keepFrom; });
         return;
     }
     std::unordered_set<EntryKey, EntryHash> gone;
@@ -183,7 +186,8 @@ void NewsCache::dropBefore(unsigned char service, int keepFrom) {
             sweep(table);
         }
     }
-    std::erase_if(m_waitingStories, [&](const auto& w) { return w.first.service == service && w.first.day < keepFrom; });
+    std::erase_if(m_waitingStories,
+                  [&](const auto& w) { return w.first.service == service && w.first.day < keepFrom; });
 }
 
 void NewsCache::setSearchResults(unsigned char service, int kind, std::vector<CHeadlineTable> entries) {
@@ -234,7 +238,9 @@ int NewsCache::headlines(unsigned char service, const std::vector<CHeadlineTable
     return count;
 }
 
-bool NewsCache::holds(const CHeadlineTable& entry) const { return find(entry) != nullptr; }
+bool NewsCache::holds(const CHeadlineTable& entry) const {
+    return find(entry) != nullptr;
+}
 
 const CHeadline* NewsCache::headline(const CHeadlineTable& entry) const {
     const Item* item = find(entry);

@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "embedded_backend/flat_index.h"
 #include "embedded_backend/news_records.h"
 #include "host/backend/news_records.h"
 
@@ -36,9 +37,9 @@ public:
     };
 
     // Fills an empty cache at start.
-    void load(const std::vector<HeadlineRecord>& headlines, const std::vector<StoryRecord>& stories,
+    void load(std::vector<HeadlineRecord> headlines, const std::vector<StoryRecord>& stories,
               const std::map<unsigned char, int>& currentDays);
-    PutResult putHeadline(const HeadlineRecord& headline);
+    PutResult putHeadline(HeadlineRecord headline);
     // Keeps a story; returns its headline's entry when the headline is held (else the story
     // waits for it).
     std::optional<CHeadlineTable> putStory(const StoryRecord& story);
@@ -77,28 +78,30 @@ private:
         std::optional<Story> story;
     };
     struct EntryKey {
-        unsigned char service;
-        std::int32_t seq;
-        std::int64_t time;
+        unsigned char service = 0;
+        std::int32_t seq = 0;
+        std::int64_t time = 0;
         bool operator==(const EntryKey&) const = default;
     };
     struct EntryHash {
         std::size_t operator()(const EntryKey& k) const {
-            return std::hash<std::int64_t>()(k.time * 1000003 + k.seq) ^ (static_cast<std::size_t>(k.service) << 56);
+            return mixBits(static_cast<std::uint64_t>(k.time) * 0x9E3779B97F4A7C15ull ^
+                           (static_cast<std::uint64_t>(static_cast<std::uint32_t>(k.seq)) << 8 | k.service));
         }
     };
 
     static EntryKey keyOf(const CHeadlineTable& e) { return EntryKey{e.m_byService, e.m_iSeqNo, e.m_tTime}; }
     struct DayKey {
-        unsigned char service;
-        int day;
-        std::int32_t seq;
+        unsigned char service = 0;
+        int day = 0;
+        std::int32_t seq = 0;
         bool operator==(const DayKey&) const = default;
     };
     struct DayHash {
         std::size_t operator()(const DayKey& k) const {
-            return std::hash<std::int64_t>()((static_cast<std::int64_t>(k.day) << 32 | static_cast<std::uint32_t>(k.seq)) ^
-                                             (static_cast<std::int64_t>(k.service) << 56));
+            return mixBits((static_cast<std::uint64_t>(static_cast<std::uint32_t>(k.day)) << 32 |
+                            static_cast<std::uint32_t>(k.seq)) ^
+                           (static_cast<std::uint64_t>(k.service) << 56));
         }
     };
     static std::uint64_t tableKey(unsigned char service, std::int64_t value) {
@@ -113,8 +116,8 @@ private:
 
     std::vector<Item> m_items;
     std::vector<std::uint32_t> m_free;
-    std::unordered_map<EntryKey, std::uint32_t, EntryHash> m_byEntry;
-    std::unordered_map<DayKey, std::uint32_t, DayHash> m_byDaySeq;
+    FlatIndex<EntryKey, EntryHash> m_byEntry;
+    FlatIndex<DayKey, DayHash> m_byDaySeq;
     std::unordered_map<std::uint64_t, std::vector<CHeadlineTable>> m_dateTables;
     std::unordered_map<std::uint64_t, std::vector<CHeadlineTable>> m_categoryTables;
     std::unordered_map<std::string, std::vector<CHeadlineTable>> m_symbolTables;

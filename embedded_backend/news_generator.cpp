@@ -12,7 +12,9 @@ namespace embedded {
 
 namespace {
 
-bool laterFirst(const auto& a, const auto& b) { return a.time != b.time ? a.time > b.time : a.order > b.order; }
+bool laterFirst(const auto& a, const auto& b) {
+    return a.time != b.time ? a.time > b.time : a.order > b.order;
+}
 
 std::string fixed(double value, int decimals) {
     char buffer[32];
@@ -20,7 +22,9 @@ std::string fixed(double value, int decimals) {
     return buffer;
 }
 
-std::string number(long long value) { return std::to_string(value); }
+std::string number(long long value) {
+    return std::to_string(value);
+}
 
 } // namespace
 
@@ -31,9 +35,9 @@ NewsGenerator::NewsGenerator(GeneratorOptions options)
       m_nextNewDay(m_options.firstNewDayAt) {
     const BuiltinCatalog& catalog = builtinCatalog();
     for (const BuiltinService& s : catalog.services) {
-        const bool wanted = m_options.services.empty() ||
-                            std::find(m_options.services.begin(), m_options.services.end(), s.id) !=
-                                m_options.services.end();
+        const bool wanted =
+            m_options.services.empty() ||
+            std::find(m_options.services.begin(), m_options.services.end(), s.id) != m_options.services.end();
         if (wanted) {
             m_services.push_back(s.id);
             m_weights.push_back(s.weight);
@@ -54,7 +58,9 @@ std::uint64_t NewsGenerator::random() {
     return z ^ (z >> 31);
 }
 
-double NewsGenerator::unit() { return static_cast<double>(random() >> 11) * 0x1.0p-53; }
+double NewsGenerator::unit() {
+    return static_cast<double>(random() >> 11) * 0x1.0p-53;
+}
 
 std::size_t NewsGenerator::pick(std::size_t count) {
     return count == 0 ? 0 : std::min(count - 1, static_cast<std::size_t>(unit() * static_cast<double>(count)));
@@ -67,7 +73,8 @@ CString NewsGenerator::word(const char* slot) {
 
 void NewsGenerator::schedule(std::int64_t time, FeedEvent event) {
     m_pending.push_back(Pending{time, m_order++, std::move(event)});
-    std::push_heap(m_pending.begin(), m_pending.end(), [](const Pending& a, const Pending& b) { return laterFirst(a, b); });
+    std::push_heap(m_pending.begin(), m_pending.end(),
+                   [](const Pending& a, const Pending& b) { return laterFirst(a, b); });
 }
 
 FeedEvent NewsGenerator::next() {
@@ -87,7 +94,8 @@ FeedEvent NewsGenerator::next() {
         return startNewDay(dayTime);
     }
     if (pendingTime <= headlineTime) {
-        std::pop_heap(m_pending.begin(), m_pending.end(), [](const Pending& a, const Pending& b) { return laterFirst(a, b); });
+        std::pop_heap(m_pending.begin(), m_pending.end(),
+                      [](const Pending& a, const Pending& b) { return laterFirst(a, b); });
         Pending p = std::move(m_pending.back());
         m_pending.pop_back();
         m_clock = std::max(m_clock, static_cast<double>(p.time));
@@ -104,7 +112,8 @@ FeedEvent NewsGenerator::startNewDay(std::int64_t time) {
     m_seq.clear();
     // A correction is only ever sent on its headline's day; late stories name their day.
     std::erase_if(m_pending, [](const Pending& p) { return p.event.kind == FeedEventKind::Resend; });
-    std::make_heap(m_pending.begin(), m_pending.end(), [](const Pending& a, const Pending& b) { return laterFirst(a, b); });
+    std::make_heap(m_pending.begin(), m_pending.end(),
+                   [](const Pending& a, const Pending& b) { return laterFirst(a, b); });
     m_nextNewDay = time + std::max<std::int64_t>(1, m_options.dayLength);
     m_clock = std::max(m_clock, static_cast<double>(time));
     m_lastTime = time;
@@ -220,8 +229,9 @@ FeedEvent NewsGenerator::headline(std::int64_t time) {
             late.service = e.service;
             late.seq = e.seq;
             late.day = m_day;
-            late.time = time + 3 + static_cast<std::int64_t>(pick(static_cast<std::size_t>(
-                                       std::max(1, m_options.lateStoryMaxDelay))));
+            late.time =
+                time + 3 +
+                static_cast<std::int64_t>(pick(static_cast<std::size_t>(std::max(1, m_options.lateStoryMaxDelay))));
             late.story = std::move(text);
             schedule(late.time, std::move(late));
         } else {
@@ -278,9 +288,9 @@ void GeneratorFeed::start(GeneratorFeedOptions options, Sink sink) {
         const std::size_t batchSize = std::max<std::size_t>(1, options.batchSize);
         for (std::uint64_t n = 0; options.maxEvents == 0 || n < options.maxEvents; ++n) {
             if (options.eventsPerSecond > 0) {
-                const auto due = begin + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                                             std::chrono::duration<double>(static_cast<double>(n) /
-                                                                           options.eventsPerSecond));
+                const auto due =
+                    begin + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                                std::chrono::duration<double>(static_cast<double>(n) / options.eventsPerSecond));
                 if (!m_thread.waitUntil(due)) {
                     return;
                 }

@@ -39,7 +39,7 @@ public:
 
     FeedEvent next();
     std::int64_t time() const { return m_lastTime; } // virtual time of the last event
-    int day() const { return m_day; }                 // current news day
+    int day() const { return m_day; }                // current news day
 
 private:
     struct Pending {

@@ -1,16 +1,16 @@
 #include "embedded_backend/news_store.h"
 
-#include <sqlite3.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <set>
 #include <string_view>
 #include <system_error>
 
+#include <sqlite3.h>
+
 #include "embedded_backend/day_math.h"
-#include "embedded_backend/search_text.h"
 #include "embedded_backend/news_store_statements.h"
+#include "embedded_backend/search_text.h"
 #include "host/text/cp950.h"
 #include "host/text/format.h"
 
@@ -50,18 +50,13 @@ bool isDamageCode(int rc) {
     return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
 }
 
-std::string_view blobView(sqlite3_stmt* statement, int column) {
-    const void* data = sqlite3_column_blob(statement, column);
-    const int size = sqlite3_column_bytes(statement, column);
-    return data == nullptr ? std::string_view{} : std::string_view(static_cast<const char*>(data), size);
-}
-
 } // namespace
-
 
 NewsStore::NewsStore() = default;
 
-NewsStore::~NewsStore() { close(); }
+NewsStore::~NewsStore() {
+    close();
+}
 
 void NewsStore::close() {
     m_indexes.clear();
@@ -123,8 +118,8 @@ StoreOpenResult NewsStore::open(const std::string& path, OpenMode mode, std::int
             result.message = "The news store " + path + " is a folder, not a file.";
             return result;
         }
-        const int rc = sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
-                                       nullptr);
+        const int rc = sqlite3_open_v2(path.c_str(), &m_db,
+                                       SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
         if (rc == SQLITE_OK) {
             sqlite3_extended_result_codes(m_db, 1);
             sqlite3_busy_timeout(m_db, 5000);
@@ -133,8 +128,8 @@ StoreOpenResult NewsStore::open(const std::string& path, OpenMode mode, std::int
             fail(what);
             const int code = m_db != nullptr ? sqlite3_extended_errcode(m_db) : rc;
             result.status = isDamageCode(code) ? StoreStatus::Damaged : StoreStatus::Unavailable;
-            result.message = (result.status == StoreStatus::Damaged ? "The news store " + path + " is damaged (" :
-                                                                      "The news store " + path + " cannot be used (") +
+            result.message = (result.status == StoreStatus::Damaged ? "The news store " + path + " is damaged ("
+                                                                    : "The news store " + path + " cannot be used (") +
                              m_lastError + ").";
             close();
             return result;
@@ -153,8 +148,8 @@ StoreOpenResult NewsStore::open(const std::string& path, OpenMode mode, std::int
         version.finalize();
         if (found > kSchemaVersion) {
             result.status = StoreStatus::TooNew;
-            result.message = "The news store " + path + " was written by a newer version (schema " +
-                             std::to_string(found) + ").";
+            result.message =
+                "The news store " + path + " was written by a newer version (schema " + std::to_string(found) + ").";
             close();
             return result;
         }
@@ -182,8 +177,8 @@ StoreOpenResult NewsStore::open(const std::string& path, OpenMode mode, std::int
         const bool prepared =
             s.insertHeadline.prepare(m_db, "INSERT INTO headline(sort_key, service, day, seq, time, category, title, "
                                            "symbols) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)") &&
-            s.headlineByKey.prepare(m_db,
-                                    "SELECT sort_key, title FROM headline WHERE service = ?1 AND day = ?2 AND seq = ?3") &&
+            s.headlineByKey.prepare(
+                m_db, "SELECT sort_key, title FROM headline WHERE service = ?1 AND day = ?2 AND seq = ?3") &&
             s.updateHeadline.prepare(m_db, "UPDATE headline SET sort_key = ?1, time = ?5, category = ?6, title = ?7, "
                                            "symbols = ?8 WHERE service = ?2 AND day = ?3 AND seq = ?4") &&
             s.storyByKey.prepare(m_db, "SELECT time, text FROM story WHERE service = ?1 AND day = ?2 AND seq = ?3") &&
@@ -199,7 +194,8 @@ StoreOpenResult NewsStore::open(const std::string& path, OpenMode mode, std::int
             s.begin.prepare(m_db, "BEGIN IMMEDIATE") && s.commit.prepare(m_db, "COMMIT") &&
             s.rollback.prepare(m_db, "ROLLBACK") &&
             s.textOf.prepare(m_db, "SELECT h.title, s.text FROM headline h LEFT JOIN story s ON s.service = h.service "
-                                   "AND s.day = h.day AND s.seq = h.seq WHERE h.sort_key = ?1");
+                                   "AND s.day = h.day AND s.seq = h.seq WHERE h.sort_key = ?1") &&
+            s.titleOf.prepare(m_db, "SELECT title FROM headline WHERE sort_key = ?1");
         if (!prepared) {
             return failed("prepare statements");
         }
@@ -230,279 +226,8 @@ StoreOpenResult NewsStore::open(const std::string& path, OpenMode mode, std::int
 }
 
 bool NewsStore::createSchema() {
-    return exec("BEGIN") && exec(kSchema) &&
-           exec(("PRAGMA user_version=" + std::to_string(kSchemaVersion)).c_str()) && exec("COMMIT");
-}
-
-bool NewsStore::begin() {
-    if (m_statements == nullptr) {
-        m_lastError = "the news store is not open";
-        return false;
-    }
-    return m_statements->begin.run() || fail("begin");
-}
-
-bool NewsStore::commit() { return flushReindex() && (m_statements->commit.run() || fail("commit")); }
-
-bool NewsStore::flushReindex() {
-    if (m_reindex.empty()) {
-        return true;
-    }
-    // FTS5 flushes its pending in-memory index whenever a row at or below the last written
-    // rowid is touched. One late story at a time that is a flush per story; sorted, all the
-    // deletes cost one flush and all the inserts another.
-    std::vector<Reindex> work = std::move(m_reindex);
-    m_reindex.clear();
-    std::sort(work.begin(), work.end(), [](const Reindex& a, const Reindex& b) { return a.sortKey < b.sortKey; });
-    for (const Reindex& r : work) {
-        if (!indexDelete(r.sortKey, r.title, r.oldStory)) {
-            return false;
-        }
-    }
-    for (const Reindex& r : work) {
-        if (!indexInsert(r.sortKey, r.title, r.newStory)) {
-            return false;
-        }
-    }
-    return true;
-}
-
-void NewsStore::rollback() {
-    if (m_statements != nullptr && sqlite3_get_autocommit(m_db) == 0) {
-        m_statements->rollback.run();
-        m_indexes.clear(); // an index created in the transaction is gone again
-        m_reindex.clear();
-    }
-}
-
-bool NewsStore::apply(const NewsChange& change) {
-    return std::visit(
-        [this](const auto& c) -> bool {
-            using T = std::decay_t<decltype(c)>;
-            if constexpr (std::is_same_v<T, HeadlineRecord>) {
-                return putHeadline(c);
-            } else if constexpr (std::is_same_v<T, StoryRecord>) {
-                return putStory(c);
-            } else if constexpr (std::is_same_v<T, DayChange>) {
-                return putDay(c);
-            } else if constexpr (std::is_same_v<T, CategoryRecord>) {
-                return putCategory(c);
-            } else {
-                return true; // the connection state is not stored
-            }
-        },
-        change);
-}
-
-bool NewsStore::applyBatch(const NewsBatch& batch) {
-    if (!begin()) {
-        return false;
-    }
-    for (const NewsChange& change : batch.changes) {
-        if (!apply(change)) {
-            rollback();
-            return false;
-        }
-    }
-    if (!commit()) {
-        rollback();
-        return false;
-    }
-    return true;
-}
-
-std::optional<CString> NewsStore::storyText(unsigned char service, int day, std::int32_t seq) {
-    Statement& q = m_statements->storyByKey;
-    q.bind(1, service).bind(2, day).bind(3, seq);
-    std::optional<CString> text;
-    if (q.step() == SQLITE_ROW) {
-        text = CString(blobView(q.get(), 1));
-    }
-    q.reset();
-    return text;
-}
-
-NewsStore::ServiceIndex* NewsStore::index(unsigned char service, bool create) {
-    if (const auto it = m_indexes.find(service); it != m_indexes.end()) {
-        return it->second.get();
-    }
-    const std::string id = std::to_string(service);
-    const std::string trigram = "fts_trigram_" + id;
-    const std::string gram = "fts_gram_" + id;
-    Statement exists;
-    if (!exists.prepare(m_db, "SELECT count(*) FROM sqlite_master WHERE name = ?1")) {
-        fail("find index");
-        return nullptr;
-    }
-    exists.bindText(1, trigram);
-    const bool present = exists.step() == SQLITE_ROW && exists.columnInt(0) > 0;
-    exists.finalize();
-    if (!present) {
-        if (!create) {
-            return nullptr;
-        }
-        // A larger hash lets a big transaction build its index in memory before it writes
-        // segments (several times faster for a replay at full speed); a commit flushes anyway.
-        const std::string ddl =
-            "CREATE VIRTUAL TABLE " + trigram +
-            " USING fts5(title, story, content='', tokenize='trigram case_sensitive 1');"
-            "CREATE VIRTUAL TABLE " + gram +
-            " USING fts5(title, story, content='', tokenize='newsgram', detail='column');"
-            "INSERT INTO " + trigram + "(" + trigram + ", rank) VALUES('hashsize', 33554432);"
-            "INSERT INTO " + gram + "(" + gram + ", rank) VALUES('hashsize', 33554432);";
-        if (!exec(ddl.c_str())) {
-            return nullptr;
-        }
-    }
-    auto made = std::make_unique<ServiceIndex>();
-    ServiceIndex& x = *made;
-    auto prepare = [&](Statement& statement, const std::string& sql) { return statement.prepare(m_db, sql.c_str()); };
-    auto match = [](const std::string& table, bool symbols) {
-        return symbols ? "SELECT f.rowid, h.symbols FROM " + table + " f JOIN headline h ON h.sort_key = f.rowid WHERE " +
-                             table + " MATCH ?1 ORDER BY f.rowid DESC"
-                       : "SELECT rowid FROM " + table + " WHERE " + table + " MATCH ?1 ORDER BY rowid DESC LIMIT ?2";
-    };
-    const bool prepared =
-        prepare(x.trigramInsert, "INSERT INTO " + trigram + "(rowid, title, story) VALUES(?1, ?2, ?3)") &&
-        prepare(x.trigramDelete,
-                "INSERT INTO " + trigram + "(" + trigram + ", rowid, title, story) VALUES('delete', ?1, ?2, ?3)") &&
-        prepare(x.gramInsert, "INSERT INTO " + gram + "(rowid, title, story) VALUES(?1, ?2, ?3)") &&
-        prepare(x.gramDelete, "INSERT INTO " + gram + "(" + gram + ", rowid, title, story) VALUES('delete', ?1, ?2, ?3)") &&
-        prepare(x.trigramMatch, match(trigram, false)) && prepare(x.gramMatch, match(gram, false)) &&
-        prepare(x.trigramMatchSymbols, match(trigram, true)) && prepare(x.gramMatchSymbols, match(gram, true));
-    if (!prepared) {
-        fail("prepare index statements");
-        return nullptr;
-    }
-    return m_indexes.emplace(service, std::move(made)).first->second.get();
-}
-
-bool NewsStore::indexInsert(std::int64_t sortKey, const CString& title, const CString& story) {
-    ServiceIndex* x = index(entryOfSortKey(sortKey).m_byService, true);
-    if (x == nullptr) {
-        return false;
-    }
-    const std::string t = indexText(title);
-    const std::string s = indexText(story);
-    return (x->trigramInsert.bind(1, sortKey).bindText(2, t).bindText(3, s).run() || fail("index headline")) &&
-           (x->gramInsert.bind(1, sortKey).bindText(2, t).bindText(3, s).run() || fail("index headline"));
-}
-
-bool NewsStore::indexDelete(std::int64_t sortKey, const CString& title, const CString& story) {
-    ServiceIndex* x = index(entryOfSortKey(sortKey).m_byService, true);
-    if (x == nullptr) {
-        return false;
-    }
-    // The index keeps no text of its own: a row is removed by handing it the text it indexed.
-    const std::string t = indexText(title);
-    const std::string s = indexText(story);
-    return (x->trigramDelete.bind(1, sortKey).bindText(2, t).bindText(3, s).run() || fail("unindex headline")) &&
-           (x->gramDelete.bind(1, sortKey).bindText(2, t).bindText(3, s).run() || fail("unindex headline"));
-}
-
-bool NewsStore::putHeadline(const HeadlineRecord& h) {
-    Statements& st = *m_statements;
-    Statement& find = st.headlineByKey;
-    find.bind(1, h.service).bind(2, h.day).bind(3, h.seq);
-    const int rc = find.step();
-    std::optional<std::int64_t> oldKey;
-    CString oldTitle;
-    if (rc == SQLITE_ROW) {
-        oldKey = find.columnInt64(0);
-        oldTitle = CString(blobView(find.get(), 1));
-    }
-    find.reset();
-    if (rc != SQLITE_ROW && rc != SQLITE_DONE) {
-        return fail("find headline");
-    }
-    if (oldKey && !flushReindex()) { // a re-sent headline is unindexed with the story the index holds
-        return false;
-    }
-    const CString story = storyText(h.service, h.day, h.seq).value_or(CString{});
-    const std::string symbols = encodeSymbols(h.symbols);
-    Statement& write = oldKey ? st.updateHeadline : st.insertHeadline;
-    write.bind(1, h.sortKey).bind(2, h.service).bind(3, h.day).bind(4, h.seq).bind(5, h.time).bind(6, h.category);
-    write.bindBlob(7, h.title).bindBlob(8, symbols);
-    if (!write.run()) {
-        return fail(oldKey ? "update headline" : "insert headline");
-    }
-    if (oldKey && !indexDelete(*oldKey, oldTitle, story)) {
-        return false;
-    }
-    return indexInsert(h.sortKey, h.title, story);
-}
-
-bool NewsStore::putStory(const StoryRecord& story) {
-    Statements& st = *m_statements;
-    const std::optional<CString> old = storyText(story.service, story.day, story.seq);
-    if (!st.putStory.bind(1, story.service)
-             .bind(2, story.day)
-             .bind(3, story.seq)
-             .bind(4, story.time)
-             .bindBlob(5, story.text)
-             .run()) {
-        return fail("store story");
-    }
-    Statement& find = st.headlineByKey;
-    find.bind(1, story.service).bind(2, story.day).bind(3, story.seq);
-    if (find.step() != SQLITE_ROW) {
-        find.reset();
-        return true; // the headline comes later and is indexed with its story then
-    }
-    const std::int64_t sortKey = find.columnInt64(0);
-    CString title(blobView(find.get(), 1));
-    find.reset();
-    // Re-indexed at commit, together with the transaction's other late stories.
-    for (Reindex& pending : m_reindex) {
-        if (pending.sortKey == sortKey) {
-            pending.newStory = story.text;
-            return true;
-        }
-    }
-    m_reindex.push_back(Reindex{sortKey, std::move(title), old.value_or(CString{}), story.text});
-    return true;
-}
-
-bool NewsStore::putDay(const DayChange& change) {
-    if (!m_statements->putDay.bind(1, change.service).bind(2, change.day).run()) {
-        return fail("store news day");
-    }
-    return purgeBefore(change.service, change.keepFrom);
-}
-
-bool NewsStore::putCategory(const CategoryRecord& category) {
-    return m_statements->putCategory.bind(1, category.service).bind(2, category.id).bindBlob(3, category.name).run() ||
-           fail("store category");
-}
-
-bool NewsStore::purgeBefore(unsigned char service, int keepFrom) {
-    Statements& st = *m_statements;
-    if (!flushReindex()) {
-        return false;
-    }
-    Statement& q = st.purgeSelect;
-    q.bind(1, service).bind(2, keepFrom);
-    struct Old {
-        std::int64_t sortKey;
-        CString title;
-        CString story;
-    };
-    std::vector<Old> old;
-    int rc = 0;
-    while ((rc = q.step()) == SQLITE_ROW) {
-        old.push_back(Old{q.columnInt64(0), CString(blobView(q.get(), 1)), CString(blobView(q.get(), 2))});
-    }
-    q.reset();
-    if (rc != SQLITE_DONE) {
-        return fail("find old headlines");
-    }
-    for (const Old& o : old) {
-        if (!indexDelete(o.sortKey, o.title, o.story)) {
-            return false;
-        }
-    }
-    return (st.purgeHeadlines.bind(1, service).bind(2, keepFrom).run() || fail("drop old headlines")) &&
-           (st.purgeStories.bind(1, service).bind(2, keepFrom).run() || fail("drop old stories"));
+    return exec("BEGIN") && exec(kSchema) && exec(("PRAGMA user_version=" + std::to_string(kSchemaVersion)).c_str()) &&
+           exec("COMMIT");
 }
 
 bool NewsStore::load(int daysToKeep, int today, LoadedNews& out) {

@@ -16,6 +16,8 @@ struct sqlite3_stmt;
 
 namespace embedded {
 
+class Statement;
+
 enum class StoreStatus {
     Ok,
     Damaged,     // the file is not a database or its content is corrupt
@@ -38,7 +40,7 @@ enum class OpenMode {
 // What a start loads from the store into the cache.
 struct LoadedNews {
     std::vector<HeadlineRecord> headlines;
-    std::vector<StoryRecord> stories; // of the days asked for eagerly
+    std::vector<StoryRecord> stories;         // of the days asked for eagerly
     std::map<unsigned char, int> currentDays; // as the start sets them (not yet stored)
     std::map<unsigned char, int> keepFrom;    // first kept day of each service
     std::vector<CategoryRecord> categories;
@@ -50,13 +52,14 @@ struct SearchRequest {
     unsigned char scope = 0;       // 0 headlines, 1 stories, 2 both
     bool matchAll = true;          // AND; false: OR
     std::vector<CString> symbols;  // when not empty, only headlines related to one of these codes
-    std::size_t limit = 2000;
+    std::size_t limit = 1000;
 };
 
 // The SQLite store: headlines, stories, news days and feed-added categories of the kept days,
-// and per service two full-text indexes over titles and stories (trigram for keywords of three
-// or more characters; single characters and pairs for shorter ones). An index per service
-// keeps a search from wading through the other services' matches. Schema versioned through
+// and per service full-text indexes over titles and stories (trigram for keywords of three or
+// more characters; single characters and pairs for shorter ones) plus a trigram index of the
+// titles alone. Indexes per service and per scope keep a search from wading through matches
+// it would throw away. Schema versioned through
 // PRAGMA user_version; WAL journal. Not thread-safe: one thread at a time (the store worker).
 class NewsStore {
 public:
@@ -108,8 +111,9 @@ private:
     bool putCategory(const CategoryRecord& category);
     // The service's indexes; created on first use when `create` is set, else null when absent.
     ServiceIndex* index(unsigned char service, bool create);
-    bool indexInsert(std::int64_t sortKey, const CString& title, const CString& story);
-    bool indexDelete(std::int64_t sortKey, const CString& title, const CString& story);
+    // `withTitle`: the title index too (a late story leaves it alone).
+    bool indexInsert(std::int64_t sortKey, const CString& title, const CString& story, bool withTitle = true);
+    bool indexDelete(std::int64_t sortKey, const CString& title, const CString& story, bool withTitle = true);
     std::optional<CString> storyText(unsigned char service, int day, std::int32_t seq);
     // Re-indexes the headlines whose stories came late, in rowid order (see putStory).
     bool flushReindex();
@@ -117,8 +121,11 @@ private:
     // Search helpers (news_store_search.cpp). runMatch hands the matching sort keys (and the
     // related symbols when asked), newest first, to `row` until it returns false or `limit`
     // rows were handed over.
-    bool runMatch(ServiceIndex& index, bool trigram, const std::string& expression, long long limit,
-                  bool withSymbols, const std::function<bool(std::int64_t, std::string_view)>& row);
+    enum class Table { Trigram, Gram, TitleTrigram };
+    bool runMatch(ServiceIndex& index, Table table, const std::string& expression, long long limit, bool withSymbols,
+                  const std::function<bool(std::int64_t, std::string_view)>& row);
+    bool runStatement(Statement& statement, const std::string& expression, long long limit, bool withSymbols,
+                      const std::function<bool(std::int64_t, std::string_view)>& row);
     // Whether the headline's title and/or story (by scope) hold every keyword.
     bool textHolds(std::int64_t sortKey, unsigned char scope, const std::vector<std::string>& keywords, bool& holds);
 

@@ -1,12 +1,11 @@
 // Keyword search over the full-text indexes of one service.
-#include "embedded_backend/news_store.h"
-
-#include <sqlite3.h>
-
 #include <algorithm>
 #include <set>
 #include <string_view>
 
+#include <sqlite3.h>
+
+#include "embedded_backend/news_store.h"
 #include "embedded_backend/news_store_statements.h"
 #include "embedded_backend/search_text.h"
 
@@ -61,26 +60,34 @@ bool relatesTo(std::string_view encodedSymbols, const std::vector<CString>& code
     return false;
 }
 
-std::string_view columnView(sqlite3_stmt* statement, int column) {
-    const void* data = sqlite3_column_blob(statement, column);
-    return data == nullptr ? std::string_view{}
-                           : std::string_view(static_cast<const char*>(data),
-                                              static_cast<std::size_t>(sqlite3_column_bytes(statement, column)));
-}
-
 } // namespace
 
-bool NewsStore::runMatch(ServiceIndex& x, bool trigram, const std::string& expression, long long limit,
-                         bool withSymbols, const std::function<bool(std::int64_t, std::string_view)>& row) {
-    Statement& q = withSymbols ? (trigram ? x.trigramMatchSymbols : x.gramMatchSymbols)
-                               : (trigram ? x.trigramMatch : x.gramMatch);
+bool NewsStore::runMatch(ServiceIndex& x, Table table, const std::string& expression, long long limit, bool withSymbols,
+                         const std::function<bool(std::int64_t, std::string_view)>& row) {
+    Statement* q = nullptr;
+    switch (table) {
+    case Table::Trigram:
+        q = withSymbols ? &x.trigramMatchSymbols : &x.trigramMatch;
+        break;
+    case Table::Gram:
+        q = withSymbols ? &x.gramMatchSymbols : &x.gramMatch;
+        break;
+    case Table::TitleTrigram:
+        q = withSymbols ? &x.titleMatchSymbols : &x.titleMatch;
+        break;
+    }
+    return runStatement(*q, expression, limit, withSymbols, row);
+}
+
+bool NewsStore::runStatement(Statement& q, const std::string& expression, long long limit, bool withSymbols,
+                             const std::function<bool(std::int64_t, std::string_view)>& row) {
     q.bindText(1, expression);
     if (!withSymbols) {
         q.bind(2, limit);
     }
     int rc = 0;
     while ((rc = q.step()) == SQLITE_ROW) {
-        if (!row(q.columnInt64(0), withSymbols ? columnView(q.get(), 1) : std::string_view{})) {
+        if (!row(q.columnInt64(0), withSymbols ? blobView(q.get(), 1) : std::string_view{})) {
             rc = SQLITE_DONE;
             break;
         }
@@ -91,13 +98,14 @@ bool NewsStore::runMatch(ServiceIndex& x, bool trigram, const std::string& expre
 
 bool NewsStore::textHolds(std::int64_t sortKey, unsigned char scope, const std::vector<std::string>& keywords,
                           bool& holds) {
-    Statement& q = m_statements->textOf;
+    // Headline searches read the title alone, without the story's row.
+    Statement& q = scope == 0 ? m_statements->titleOf : m_statements->textOf;
     q.bind(1, sortKey);
     const int rc = q.step();
     holds = false;
     if (rc == SQLITE_ROW) {
-        const std::string title = scope != 1 ? indexText(columnView(q.get(), 0)) : std::string{};
-        const std::string story = scope != 0 ? indexText(columnView(q.get(), 1)) : std::string{};
+        const std::string title = scope != 1 ? indexText(blobView(q.get(), 0)) : std::string{};
+        const std::string story = scope != 0 ? indexText(blobView(q.get(), 1)) : std::string{};
         // UTF-8 is self-synchronising: a byte match is a character match.
         holds = std::all_of(keywords.begin(), keywords.end(), [&](const std::string& k) {
             return title.find(k) != std::string::npos || story.find(k) != std::string::npos;
@@ -136,6 +144,8 @@ bool NewsStore::search(const SearchRequest& request, std::vector<CHeadlineTable>
     // Without a symbol filter every row counts, so SQLite can stop at the limit itself.
     const long long limit = static_cast<long long>(request.limit);
     const char* op = request.matchAll ? " AND " : " OR ";
+    // Headline searches of three or more characters use the index of titles alone.
+    const Table trigramTable = request.scope == 0 ? Table::TitleTrigram : Table::Trigram;
     std::vector<std::int64_t> keys;
     auto collect = [&](std::vector<std::int64_t>& into) {
         return [&request, withSymbols, &into](std::int64_t key, std::string_view symbols) {
@@ -150,7 +160,7 @@ bool NewsStore::search(const SearchRequest& request, std::vector<CHeadlineTable>
         // One index serves every keyword.
         const bool trigram = shortWords.empty();
         const std::string expression = joinPhrases(trigram ? longWords : shortWords, request.scope, op);
-        if (!runMatch(*x, trigram, expression, limit, withSymbols, collect(keys))) {
+        if (!runMatch(*x, trigram ? trigramTable : Table::Gram, expression, limit, withSymbols, collect(keys))) {
             return false;
         }
     } else if (request.matchAll) {
@@ -164,7 +174,7 @@ bool NewsStore::search(const SearchRequest& request, std::vector<CHeadlineTable>
         std::sort(grams.begin(), grams.end());
         grams.erase(std::unique(grams.begin(), grams.end()), grams.end());
         bool ok = true;
-        const bool ran = runMatch(*x, false, joinPhrases(grams, request.scope, " AND "), -1, withSymbols,
+        const bool ran = runMatch(*x, Table::Gram, joinPhrases(grams, request.scope, " AND "), -1, withSymbols,
                                   [&](std::int64_t key, std::string_view symbols) {
                                       if (withSymbols && !relatesTo(symbols, request.symbols)) {
                                           return true;
@@ -186,13 +196,13 @@ bool NewsStore::search(const SearchRequest& request, std::vector<CHeadlineTable>
         // Mixed OR: the newest rows of each index, merged; the union's newest `limit` rows are
         // among each side's newest `limit`.
         std::vector<std::int64_t> other;
-        if (!runMatch(*x, true, joinPhrases(longWords, request.scope, op), limit, withSymbols, collect(keys)) ||
-            !runMatch(*x, false, joinPhrases(shortWords, request.scope, op), limit, withSymbols, collect(other))) {
+        if (!runMatch(*x, trigramTable, joinPhrases(longWords, request.scope, op), limit, withSymbols, collect(keys)) ||
+            !runMatch(*x, Table::Gram, joinPhrases(shortWords, request.scope, op), limit, withSymbols,
+                      collect(other))) {
             return false;
         }
         std::vector<std::int64_t> merged;
-        std::merge(keys.begin(), keys.end(), other.begin(), other.end(), std::back_inserter(merged),
-                   std::greater<>());
+        std::merge(keys.begin(), keys.end(), other.begin(), other.end(), std::back_inserter(merged), std::greater<>());
         merged.erase(std::unique(merged.begin(), merged.end()), merged.end());
         merged.resize(std::min(merged.size(), request.limit));
         keys = std::move(merged);

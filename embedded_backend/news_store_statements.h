@@ -21,10 +21,16 @@ struct NewsStore::Statements {
     Statement commit;
     Statement rollback;
     Statement textOf;
+    Statement titleOf;
 };
 
-// The two indexes of one service: fts_trigram_<id> and fts_gram_<id>.
+// The indexes of one service: fts_trigram_<id> and fts_gram_<id> over title and story, and
+// fts_title_<id> (trigram) over titles alone: a headline search never wades through stories.
 struct NewsStore::ServiceIndex {
+    Statement titleInsert;
+    Statement titleDelete;
+    Statement titleMatch;
+    Statement titleMatchSymbols;
     Statement trigramInsert;
     Statement trigramDelete;
     Statement gramInsert;

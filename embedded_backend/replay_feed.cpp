@@ -79,7 +79,8 @@ bool symbolsField(const JsonValue& object, unsigned char service, std::vector<CS
             s.m_strCode = cp950::fromUtf8(item.stringValue());
         } else if (item.isObject()) {
             long long market = service;
-            if (!textField(item, "code", true, s.m_strCode, error) || !textField(item, "name", false, s.m_strName, error) ||
+            if (!textField(item, "code", true, s.m_strCode, error) ||
+                !textField(item, "name", false, s.m_strName, error) ||
                 !integerField(item, "market", 0, 255, market, error, false)) {
                 error = "symbol: " + error;
                 return false;
@@ -130,8 +131,7 @@ LineStatus parseReplayLine(std::string_view line, std::int64_t baseTime, FeedEve
     }
     kind = kindValue->stringValue();
     const JsonValue* atValue = o.find("at");
-    if (atValue == nullptr || !atValue->isNumber() || !(atValue->numberValue() >= 0) ||
-        atValue->numberValue() > 1e9) {
+    if (atValue == nullptr || !atValue->isNumber() || !(atValue->numberValue() >= 0) || atValue->numberValue() > 1e9) {
         error = "\"at\" must be a number of seconds from 0";
         return LineStatus::Bad;
     }

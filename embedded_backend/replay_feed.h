@@ -14,8 +14,8 @@ namespace embedded {
 
 struct ReplayOptions {
     std::string path;
-    double speed = 1.0;         // 1: real time, 2: twice as fast, 0: as fast as possible
-    std::int64_t baseTime = 0;  // time of offset 0, seconds since 1970 (the caller's "now")
+    double speed = 1.0;          // 1: real time, 2: twice as fast, 0: as fast as possible
+    std::int64_t baseTime = 0;   // time of offset 0, seconds since 1970 (the caller's "now")
     std::size_t batchSize = 256; // events per hand-over when not waiting
 };
 

@@ -1,8 +1,8 @@
 #include "embedded_backend/search_text.h"
 
-#include <sqlite3.h>
-
 #include <algorithm>
+
+#include <sqlite3.h>
 
 #include "host/text/cp950.h"
 
@@ -108,8 +108,7 @@ int gramTokenize(Fts5Tokenizer*, void* context, int flags, const char* text, int
         }
         const std::size_t next = pos + first;
         if (next < size) {
-            const std::size_t second =
-                std::min(utf8CharLength(static_cast<unsigned char>(text[next])), size - next);
+            const std::size_t second = std::min(utf8CharLength(static_cast<unsigned char>(text[next])), size - next);
             rc = token(context, FTS5_TOKEN_COLOCATED, text + pos, static_cast<int>(first + second), start,
                        static_cast<int>(next + second));
             if (rc != SQLITE_OK) {

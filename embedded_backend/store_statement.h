@@ -1,9 +1,9 @@
 #pragma once
 
-#include <sqlite3.h>
-
 #include <cstdint>
 #include <string_view>
+
+#include <sqlite3.h>
 
 namespace embedded {
 
@@ -56,5 +56,13 @@ public:
 private:
     sqlite3_stmt* m_statement = nullptr;
 };
+
+// A blob or text column as bytes, valid until the statement moves on.
+inline std::string_view blobView(sqlite3_stmt* statement, int column) {
+    const void* data = sqlite3_column_blob(statement, column);
+    return data == nullptr ? std::string_view{}
+                           : std::string_view(static_cast<const char*>(data),
+                                              static_cast<std::size_t>(sqlite3_column_bytes(statement, column)));
+}
 
 } // namespace embedded

@@ -4,7 +4,9 @@ namespace embedded {
 
 StoreWorker::StoreWorker() = default;
 
-StoreWorker::~StoreWorker() { stop(); }
+StoreWorker::~StoreWorker() {
+    stop();
+}
 
 void StoreWorker::setErrorHandler(ErrorHandler handler) {
     std::lock_guard lock(m_mutex);

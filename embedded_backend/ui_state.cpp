@@ -119,8 +119,8 @@ void UiState::announce(const Recovery& recovery) {
     std::vector<CHeadlineTable> scratch;
     for (const auto& [service, day] : recovery.dateTables) {
         scratch.clear();
-        const CHeadlineTableInfo info{service, static_cast<signed char>(cache.dateTable(service, day, scratch) > 0 ? 0 : -1),
-                                      dayText(day)};
+        const CHeadlineTableInfo info{
+            service, static_cast<signed char>(cache.dateTable(service, day, scratch) > 0 ? 0 : -1), dayText(day)};
         toAll([&](NewsReceiver& r) { r.vRecvAllHeadlineTableRecovery(&info); });
     }
     for (const auto& [service, category] : recovery.categoryTables) {
@@ -132,8 +132,8 @@ void UiState::announce(const Recovery& recovery) {
     }
     for (const auto& [service, code] : recovery.symbolTables) {
         scratch.clear();
-        const CHeadlineTableInfo info{service, static_cast<signed char>(cache.symbolTable(service, code, scratch) > 0 ? 0 : -1),
-                                      code};
+        const CHeadlineTableInfo info{
+            service, static_cast<signed char>(cache.symbolTable(service, code, scratch) > 0 ? 0 : -1), code};
         toAll([&](NewsReceiver& r) { r.vRecvSymHeadlineTableRecovery(&info); });
     }
     // Only what is still held: a later day in the same recovery may have dropped some.

@@ -12,7 +12,7 @@
 namespace embedded::bench {
 
 // Generated news as the store and the cache keep it: ten thousand headlines a day over the
-// four services, stories of one or two sentences.
+// four services, stories of one sentence.
 struct GeneratedNews {
     std::vector<HeadlineRecord> headlines;
     std::vector<StoryRecord> stories;

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -13,6 +10,9 @@
 #include <mutex>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "embedded_backend/day_math.h"
 #include "embedded_backend/embedded_backend.h"
@@ -150,10 +150,14 @@ public:
     }
 };
 
-inline CString big5(const char* utf8) { return cp950::fromUtf8(utf8); }
+inline CString big5(const char* utf8) {
+    return cp950::fromUtf8(utf8);
+}
 
 // 2024-03-05 09:00 in Taipei, the tests' time zone.
-inline std::int64_t morning() { return localMidnightOf(20240305) + 9 * 3600; }
+inline std::int64_t morning() {
+    return localMidnightOf(20240305) + 9 * 3600;
+}
 
 inline FeedEvent headlineEvent(unsigned char service, std::int32_t seq, std::int64_t time, const char* titleUtf8,
                                std::int32_t category = 1, const char* symbol = "2330",

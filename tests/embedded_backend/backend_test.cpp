@@ -1,8 +1,8 @@
 // The back end as the news view meets it: pushes, look-ups, answers and the catalogue.
-#include <gtest/gtest.h>
-
 #include <fstream>
 #include <thread>
+
+#include <gtest/gtest.h>
 
 #include "backend_fixture.h"
 
@@ -17,7 +17,8 @@ TEST_F(BackendTest, PushesReachOnlyViewsRegisteredForTheService) {
     registerFor(&view, 16);
     registerFor(&other, 22);
     subscriptions.change(&symbolOnly, {CSymbolInfo{16, "2330", {}}}, {}); // a symbol, not the service
-    ingestNow({headlineEvent(16, 1, morning(), "台積電營收", 7, "2330"), headlineEvent(22, 1, morning(), "騰訊業績", 1, "00700"),
+    ingestNow({headlineEvent(16, 1, morning(), "台積電營收", 7, "2330"),
+               headlineEvent(22, 1, morning(), "騰訊業績", 1, "00700"),
                headlineEvent(52, 1, morning(), "權證發行", 51, nullptr)});
     ASSERT_EQ(view.pushes.size(), 1u);
     EXPECT_EQ(view.pushes[0].m_strTitle, big5("台積電營收"));
@@ -223,7 +224,8 @@ TEST_F(BackendTest, ServicesSymbolsCategoriesAndLanguage) {
     {
         std::ofstream ini(system / "NewsService.ini", std::ios::binary);
         ini << "[CONFIG]\r\nCatId=1,2 3\r\nSHORTNAME=" << big5("公告,營收 法說") << "\r\n"
-            << "[SERVICE52]\r\nCatId=51\r\nSHORTNAME=" << big5("新發行") << "\r\nFullName=" << big5("權證快訊") << "\r\n";
+            << "[SERVICE52]\r\nCatId=51\r\nSHORTNAME=" << big5("新發行") << "\r\nFullName=" << big5("權證快訊")
+            << "\r\n";
         std::ofstream lang(system / "zh-TW.lang", std::ios::binary);
         lang << "IDS_NEWSCTRLVIEW_STRING_TIME=時間\n";
     }

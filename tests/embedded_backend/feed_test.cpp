@@ -1,10 +1,10 @@
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <set>
+
+#include <gtest/gtest.h>
 
 #include "backend_fixture.h"
 #include "embedded_backend/news_generator.h"
@@ -62,19 +62,19 @@ TEST(ReplayLine, ParsesEveryEventKind) {
 
 TEST(ReplayLine, BadLinesSayWhy) {
     const char* bad[] = {
-        R"({"at":1,"event":"headline","service":16,"seq":1})",             // no title
-        R"({"at":1,"event":"headline","service":16,"seq":1,"title":""})",  // empty title
-        R"({"at":1,"event":"headline","service":0,"seq":1,"title":"x"})",  // service out of range
+        R"({"at":1,"event":"headline","service":16,"seq":1})",               // no title
+        R"({"at":1,"event":"headline","service":16,"seq":1,"title":""})",    // empty title
+        R"({"at":1,"event":"headline","service":0,"seq":1,"title":"x"})",    // service out of range
         R"({"at":1,"event":"headline","service":16,"seq":1.5,"title":"x"})", // fractional number
         R"({"at":1,"event":"headline","service":"16","seq":1,"title":"x"})", // number as text
         R"({"at":1,"event":"headline","service":16,"seq":1,"title":"x","symbols":[3]})",
-        R"({"at":-1,"event":"disconnect"})",                               // negative offset
-        R"({"event":"disconnect"})",                                       // no offset
-        R"({"at":1,"event":"story","service":16,"seq":1})",                // story without text
-        R"({"at":1,"event":"newday","service":16,"date":"20240230"})",     // no such date
-        R"({"at":1,"event":"rename"})",                                    // unknown event
-        R"([1,2])",                                                        // not an object
-        R"({"at":1,"event":"disconnect")",                                 // broken JSON
+        R"({"at":-1,"event":"disconnect"})",                           // negative offset
+        R"({"event":"disconnect"})",                                   // no offset
+        R"({"at":1,"event":"story","service":16,"seq":1})",            // story without text
+        R"({"at":1,"event":"newday","service":16,"date":"20240230"})", // no such date
+        R"({"at":1,"event":"rename"})",                                // unknown event
+        R"([1,2])",                                                    // not an object
+        R"({"at":1,"event":"disconnect")",                             // broken JSON
     };
     for (const char* line : bad) {
         FeedEvent e;
@@ -90,11 +90,15 @@ TEST(ReplayFeed, ReportsBadLinesByNumberAndDeliversTheRestInOrder) {
     const std::string path = (folder.path() / "feed.jsonl").string();
     {
         std::ofstream out(path, std::ios::binary);
-        out << "\xEF\xBB\xBF" << R"({"at":0,"event":"headline","service":16,"seq":1,"title":"one"})" << "\n"
+        out << "\xEF\xBB\xBF"
+            << R"({"at":0,"event":"headline","service":16,"seq":1,"title":"one"})"
+            << "\n"
             << "not json\n"
             << "\n"
-            << R"({"at":0,"event":"headline","service":16,"seq":2,"title":"two"})" << "\r\n"
-            << R"({"at":0,"event":"headline","service":16,"title":"no number"})" << "\n"
+            << R"({"at":0,"event":"headline","service":16,"seq":2,"title":"two"})"
+            << "\r\n"
+            << R"({"at":0,"event":"headline","service":16,"title":"no number"})"
+            << "\n"
             << R"({"at":0,"event":"story","service":16,"seq":1,"text":"late"})"; // no final newline
     }
     std::mutex mutex;
@@ -137,12 +141,16 @@ TEST(ReplayFeed, StopsWhileWaitingForALaterEvent) {
     const std::string path = (folder.path() / "slow.jsonl").string();
     {
         std::ofstream out(path);
-        out << R"({"at":0,"event":"disconnect"})" << "\n" << R"({"at":3600,"event":"reconnect"})" << "\n";
+        out << R"({"at":0,"event":"disconnect"})"
+            << "\n"
+            << R"({"at":3600,"event":"reconnect"})"
+            << "\n";
     }
     std::atomic<int> events{0};
     ReplayFeed feed;
-    ASSERT_TRUE(feed.start(ReplayOptions{path, 1.0, kBase, 256},
-                           [&](std::vector<FeedEvent> e) { events += static_cast<int>(e.size()); }, nullptr));
+    ASSERT_TRUE(feed.start(
+        ReplayOptions{path, 1.0, kBase, 256}, [&](std::vector<FeedEvent> e) { events += static_cast<int>(e.size()); },
+        nullptr));
     EXPECT_FALSE(feed.waitFinished(std::chrono::milliseconds(0)));
     feed.stop(); // must not wait an hour
     EXPECT_EQ(events.load(), 1) << "the first event was due at once and handed over before the wait";

@@ -1,8 +1,8 @@
-#include "embedded_backend/json.h"
+#include <string>
 
 #include <gtest/gtest.h>
 
-#include <string>
+#include "embedded_backend/json.h"
 
 namespace embedded {
 namespace {
@@ -29,34 +29,35 @@ TEST(Json, StringEscapesIncludingSurrogatePairs) {
     const auto v = parseJson(R"("q\" b\\ s\/ \b\f\n\r\t \u00e9 \u53f0 \ud83d\ude00")");
     ASSERT_TRUE(v);
     EXPECT_EQ(v->stringValue(), "q\" b\\ s/ \b\f\n\r\t \xC3\xA9 \xE5\x8F\xB0 \xF0\x9F\x98\x80");
-    EXPECT_EQ(parseJson("\"\xE5\x8F\xB0\xE7\xA9\x8D\"")->stringValue(), "\xE5\x8F\xB0\xE7\xA9\x8D") << "raw UTF-8 passes";
+    EXPECT_EQ(parseJson("\"\xE5\x8F\xB0\xE7\xA9\x8D\"")->stringValue(), "\xE5\x8F\xB0\xE7\xA9\x8D")
+        << "raw UTF-8 passes";
 }
 
 TEST(Json, RejectsMalformedTextWithAPosition) {
     const char* bad[] = {
-        "",                     // nothing
-        "{",                    // unterminated
-        "{\"a\":1,}",           // trailing comma
-        "[1,]",                 // trailing comma
-        "{\"a\":1 \"b\":2}",    // missing comma
-        "{a:1}",                // unquoted name
-        "{\"a\":1,\"a\":2}",    // duplicate member
-        "\"\\ud83d\"",          // lone high surrogate
-        "\"\\ude00\"",          // lone low surrogate
-        "\"\\ud83d\\u0041\"",   // high surrogate with a non-surrogate
-        "\"\\x41\"",            // unknown escape
-        "\"\\u12G4\"",          // bad hex
-        "\"a\tb\"",             // raw control character
-        "\"\xC3\"",             // cut UTF-8 sequence
-        "\"\xC0\xAF\"",         // overlong form
-        "\"\xED\xA0\x80\"",     // encoded surrogate
-        "01",                   // leading zero
-        "1.",                   // no fraction digits
-        "-",                    // sign alone
-        "1e",                   // no exponent digits
-        "1e999",                // out of range
-        "tru",                  // cut word
-        "{} x",                 // trailing text
+        "",                   // nothing
+        "{",                  // unterminated
+        "{\"a\":1,}",         // trailing comma
+        "[1,]",               // trailing comma
+        "{\"a\":1 \"b\":2}",  // missing comma
+        "{a:1}",              // unquoted name
+        "{\"a\":1,\"a\":2}",  // duplicate member
+        "\"\\ud83d\"",        // lone high surrogate
+        "\"\\ude00\"",        // lone low surrogate
+        "\"\\ud83d\\u0041\"", // high surrogate with a non-surrogate
+        "\"\\x41\"",          // unknown escape
+        "\"\\u12G4\"",        // bad hex
+        "\"a\tb\"",           // raw control character
+        "\"\xC3\"",           // cut UTF-8 sequence
+        "\"\xC0\xAF\"",       // overlong form
+        "\"\xED\xA0\x80\"",   // encoded surrogate
+        "01",                 // leading zero
+        "1.",                 // no fraction digits
+        "-",                  // sign alone
+        "1e",                 // no exponent digits
+        "1e999",              // out of range
+        "tru",                // cut word
+        "{} x",               // trailing text
     };
     for (const char* text : bad) {
         JsonError error;
@@ -74,8 +75,9 @@ TEST(Json, NestingIsBounded) {
 }
 
 TEST(Json, QuotedTextParsesBackToItself) {
-    const std::string texts[] = {"plain", "quote \" and \\ backslash", "line\r\nbreak\ttab", std::string("nul\0x", 5),
-                                 "\x01\x1F", "\xE5\x8F\xB0\xE7\xA9\x8D\xE9\x9B\xBB"};
+    const std::string texts[] = {
+        "plain",    "quote \" and \\ backslash",           "line\r\nbreak\ttab", std::string("nul\0x", 5),
+        "\x01\x1F", "\xE5\x8F\xB0\xE7\xA9\x8D\xE9\x9B\xBB"};
     for (const std::string& text : texts) {
         const auto v = parseJson(jsonQuote(text));
         ASSERT_TRUE(v) << jsonQuote(text);

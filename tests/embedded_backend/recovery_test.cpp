@@ -1,9 +1,9 @@
 // What a reconnection re-delivers, and a whole recorded feed replayed through the back end.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <fstream>
 #include <set>
+
+#include <gtest/gtest.h>
 
 #include "backend_fixture.h"
 
@@ -55,9 +55,9 @@ TEST_F(BackendTest, AReconnectionRedeliversWhatChangedWhileDisconnected) {
     EXPECT_LT(indexOf(log, "story-update 16/1"), indexOf(log, "story 16/1")) << "the late story of a held headline";
     EXPECT_FALSE(contains(log, "story 16/3")) << "a story that came with its new headline needs no notice";
     EXPECT_LT(indexOf(log, "date-table 16 20240305 0"), indexOf(log, "headlines 2"));
-    EXPECT_TRUE(view.pushes.size() == 2 && std::none_of(log.begin(), log.end(), [](const std::string& l) {
-                    return l.rfind("push", 0) == 0;
-                })) << "recovered news is not pushed";
+    EXPECT_TRUE(view.pushes.size() == 2 &&
+                std::none_of(log.begin(), log.end(), [](const std::string& l) { return l.rfind("push", 0) == 0; }))
+        << "recovered news is not pushed";
     const std::vector<CHeadlineTable> table = dateTable(16, kToday);
     EXPECT_EQ(table.size(), 3u);
     ASSERT_EQ(view.symbolLists.size(), 2u);

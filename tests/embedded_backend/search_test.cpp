@@ -20,8 +20,8 @@ protected:
         ASSERT_TRUE(r.ok()) << r.message;
     }
 
-    HeadlineRecord record(std::int32_t seq, const CString& title, unsigned char service = 16,
-                          std::int64_t time = 0, std::vector<CSymbolInfo> symbols = {}) {
+    HeadlineRecord record(std::int32_t seq, const CString& title, unsigned char service = 16, std::int64_t time = 0,
+                          std::vector<CSymbolInfo> symbols = {}) {
         HeadlineRecord h;
         h.service = service;
         h.day = kDay;
@@ -66,7 +66,9 @@ protected:
         }
         return seqs;
     }
-    std::vector<std::int32_t> find(const char* keyword, unsigned char scope = 2) { return find({big5(keyword)}, scope); }
+    std::vector<std::int32_t> find(const char* keyword, unsigned char scope = 2) {
+        return find({big5(keyword)}, scope);
+    }
 };
 
 using Seqs = std::vector<std::int32_t>;
@@ -105,11 +107,11 @@ TEST_F(StoreSearchTest, AndOrAndSingleKeyword) {
 
 TEST_F(StoreSearchTest, OneAndTwoCharacterKeywordsAreExact) {
     add(1, "漲停", "收盤大漲");
-    add(2, "營業收入", "無");              // 營 and 收 apart: no "營收"
-    add(3, "月營收", "創新高");            // "營收" at the end of the title
-    add(4, "跌", "尾盤跌");                // a one-character title
-    add(5, "外資賣超", "營\r\n收減少");     // transport wrapping between the two characters
-    add(6, "盤後", "第一段營@@@@收");       // a paragraph mark between them: no match
+    add(2, "營業收入", "無");           // 營 and 收 apart: no "營收"
+    add(3, "月營收", "創新高");         // "營收" at the end of the title
+    add(4, "跌", "尾盤跌");             // a one-character title
+    add(5, "外資賣超", "營\r\n收減少"); // transport wrapping between the two characters
+    add(6, "盤後", "第一段營@@@@收");   // a paragraph mark between them: no match
     EXPECT_EQ(find("漲"), (Seqs{1}));
     EXPECT_EQ(find("營收"), (Seqs{5, 3}));
     EXPECT_EQ(find("營收", 0), (Seqs{3}));
@@ -211,8 +213,33 @@ TEST_F(StoreSearchTest, LateStoriesResendsAndDroppedDaysKeepTheIndexTrue) {
     EXPECT_FALSE(store.story(16, kDay, 1));
 }
 
+TEST_F(StoreSearchTest, OneTransactionWithLateStoriesAndAResendStaysConsistent) {
+    // Late stories are re-indexed at commit; a resend in between must see the index as it is.
+    NewsBatch batch;
+    batch.changes.emplace_back(record(1, big5("甲公司公告")));
+    batch.changes.emplace_back(record(2, big5("乙公司公告")));
+    batch.changes.emplace_back(StoryRecord{16, kDay, 1, morning(), big5("第一版內文"), false});
+    batch.changes.emplace_back(StoryRecord{16, kDay, 2, morning(), big5("乙的內文"), false});
+    batch.changes.emplace_back(record(1, big5("甲公司更正"), 16, morning() + 100));
+    batch.changes.emplace_back(StoryRecord{16, kDay, 1, morning(), big5("第二版內文"), false});
+    batch.changes.emplace_back(StoryRecord{16, kDay, 2, morning(), big5("乙的新內文"), false});
+    ASSERT_TRUE(store.applyBatch(batch)) << store.lastError();
+    EXPECT_EQ(find("第一版", 1), (Seqs{}));
+    EXPECT_EQ(find("第二版", 1), (Seqs{1}));
+    EXPECT_EQ(find("乙的內", 1), (Seqs{}));
+    EXPECT_EQ(find("乙的新", 1), (Seqs{2}));
+    EXPECT_EQ(find("甲公司公告", 0), (Seqs{}));
+    EXPECT_EQ(find("甲公司", 0), (Seqs{1}));
+    EXPECT_EQ(find("內文", 1), (Seqs{1, 2}));
+    // The rows agree with the index: dropping the day unindexes every text without error.
+    ASSERT_TRUE(store.applyBatch(NewsBatch{{DayChange{16, addDays(kDay, 2), addDays(kDay, 1)}}, false}))
+        << store.lastError();
+    EXPECT_EQ(find("內", 2), (Seqs{}));
+}
+
 TEST(SearchText, IndexFormDropsWrappingAndFoldsLatinOnly) {
-    EXPECT_EQ(indexText(big5("台積\r\n電") + "ABC@@@@xyz"), "\xE5\x8F\xB0\xE7\xA9\x8D\xE9\x9B\xBB" "abc\nxyz");
+    EXPECT_EQ(indexText(big5("台積\r\n電") + "ABC@@@@xyz"), "\xE5\x8F\xB0\xE7\xA9\x8D\xE9\x9B\xBB"
+                                                            "abc\nxyz");
     EXPECT_EQ(indexText("@@\r\n@@"), "\n") << "wrapping inside a paragraph mark";
     EXPECT_EQ(indexText(big5("一") + "@@@"), "\xE4\xB8\x80@@@") << "the 0x40 trail byte of 一 is no '@'";
     EXPECT_EQ(utf8Length(indexText(big5("台積電EPS"))), 6u);

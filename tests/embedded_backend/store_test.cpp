@@ -1,8 +1,8 @@
 // The store across restarts, its kept days, and damaged or unusable files.
+#include <fstream>
+
 #include <gtest/gtest.h>
 #include <sqlite3.h>
-
-#include <fstream>
 
 #include "backend_fixture.h"
 
@@ -26,7 +26,7 @@ TEST_F(PersistenceTest, NewsSurvivesARestart) {
     backend->ingest({headlineEvent(16, 1, morning(), "台積電法說會", 2, "2330", "第一段@@@@第二段")});
     backend->startNewDay(16);
     ingestNow({headlineEvent(16, 1, morning() + 86400, "鴻海營收", 1, "2317", "內文"),
-                   headlineEvent(16, 2, morning() + 86401, "聯發科除息", 3, "2454")});
+               headlineEvent(16, 2, morning() + 86401, "聯發科除息", 3, "2454")});
     const int tomorrow = addDays(kToday, 1);
     ASSERT_EQ(backend->BKQNEWS_cszGetCurrDateByService(16), dayText(tomorrow));
 
@@ -134,7 +134,8 @@ TEST_F(PersistenceTest, ADamagedFileIsReportedAndCanBeStartedFresh) {
 TEST_F(PersistenceTest, DamageInsideTheTablesIsFoundWhileLoading) {
     std::vector<FeedEvent> events;
     for (int i = 1; i <= 3000; ++i) {
-        events.push_back(headlineEvent(16, i, morning() + i, "填滿資料頁的新聞標題", 1, "2330", "內文內文內文內文內文"));
+        events.push_back(
+            headlineEvent(16, i, morning() + i, "填滿資料頁的新聞標題", 1, "2330", "內文內文內文內文內文"));
     }
     ingestNow(std::move(events));
     backend->flushStore();

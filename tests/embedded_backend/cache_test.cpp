@@ -1,0 +1,102 @@
+// The cache's own bookkeeping: its hash index, re-sent headlines and dropped days.
+#include <random>
+#include <unordered_map>
+
+#include <gtest/gtest.h>
+
+#include "backend_fixture.h"
+#include "embedded_backend/flat_index.h"
+#include "embedded_backend/news_cache.h"
+
+namespace embedded::test {
+namespace {
+
+struct WeakHash {
+    // Few buckets on purpose: long probe runs that wrap around the end of the array.
+    std::size_t operator()(int key) const { return static_cast<std::size_t>(key % 7); }
+};
+
+TEST(FlatIndex, AgreesWithAStandardMapThroughInsertsOverwritesAndErases) {
+    FlatIndex<int, WeakHash> index;
+    std::unordered_map<int, std::uint32_t> expected;
+    std::mt19937 random(42);
+    for (int step = 0; step < 20000; ++step) {
+        const int key = static_cast<int>(random() % 300);
+        if (random() % 3 == 0) {
+            EXPECT_EQ(index.erase(key), expected.erase(key) == 1) << "step " << step;
+        } else {
+            index.set(key, static_cast<std::uint32_t>(step));
+            expected[key] = static_cast<std::uint32_t>(step);
+        }
+        if (step % 97 == 0) {
+            ASSERT_EQ(index.size(), expected.size());
+            for (int k = 0; k < 300; ++k) {
+                const std::uint32_t* found = index.find(k);
+                const auto it = expected.find(k);
+                ASSERT_EQ(found != nullptr, it != expected.end()) << "key " << k << " at step " << step;
+                if (found != nullptr) {
+                    ASSERT_EQ(*found, it->second);
+                }
+            }
+        }
+    }
+}
+
+HeadlineRecord record(unsigned char service, int day, std::int32_t seq, std::int64_t time, std::int32_t category,
+                      std::vector<CString> symbols) {
+    HeadlineRecord h;
+    h.service = service;
+    h.day = day;
+    h.seq = seq;
+    h.time = time;
+    h.category = category;
+    h.title = "t" + std::to_string(seq);
+    for (CString& code : symbols) {
+        h.symbols.push_back(CSymbolInfo{service, std::move(code), {}});
+    }
+    h.sortKey = makeSortKey(time, seq, service);
+    return h;
+}
+
+TEST(NewsCache, ResendsAndDroppedDaysLeaveNoStaleEntries) {
+    constexpr int kDay = 20240305;
+    NewsCache cache;
+    cache.putHeadline(record(16, kDay, 1, 100, 1, {"2330", "2330", "2317"})); // a code listed twice counts once
+    cache.putHeadline(record(16, kDay, 2, 200, 1, {"2330"}));
+    cache.putHeadline(record(16, addDays(kDay, 1), 1, 90000, 2, {"2330"})); // same number, next day: another headline
+    cache.putStory(StoryRecord{16, kDay, 1, 150, "s", false});
+    std::vector<CHeadlineTable> t;
+    EXPECT_EQ(cache.symbolTable(16, "2330", t), 3);
+    t.clear();
+
+    const NewsCache::PutResult put = cache.putHeadline(record(16, kDay, 1, 300, 3, {"2454"}));
+    EXPECT_TRUE(put.replaced);
+    EXPECT_EQ(put.previousEntry, (CHeadlineTable{16, 100, 1, 0, 0}));
+    EXPECT_EQ(put.previousCategory, 1);
+    EXPECT_EQ(put.previousSymbols, (std::vector<CString>{"2330", "2330", "2317"}));
+    EXPECT_EQ(cache.symbolTable(16, "2317", t), 0);
+    EXPECT_EQ(cache.symbolTable(16, "2330", t), 2);
+    EXPECT_EQ(cache.categoryTable(16, 1, t), 1);
+    EXPECT_TRUE(cache.hasStory(CHeadlineTable{16, 300, 1, 0, 0})) << "the story moved to the new version";
+    EXPECT_FALSE(cache.holds(CHeadlineTable{16, 100, 1, 0, 0}));
+    EXPECT_EQ(cache.size(), 3u);
+
+    cache.putStory(StoryRecord{16, kDay, 9, 400, "early", false}); // its headline never comes
+    cache.setSearchResults(16, 3, {CHeadlineTable{16, 200, 2, 0, 0}, CHeadlineTable{16, 90000, 1, 0, 0}});
+    cache.dropBefore(16, addDays(kDay, 1));
+    EXPECT_EQ(cache.size(), 1u);
+    t.clear();
+    EXPECT_EQ(cache.searchResults(16, 3, t), 1) << "search results lose the dropped day too";
+    EXPECT_EQ(t[0].m_tTime, 90000);
+    t.clear();
+    EXPECT_EQ(cache.symbolTable(16, "2330", t), 1);
+    EXPECT_EQ(cache.categoryTable(16, 3, t), 0);
+    // Slots are reused: a new headline after the drop is found like any other.
+    cache.putHeadline(record(16, addDays(kDay, 1), 2, 90001, 2, {}));
+    EXPECT_EQ(cache.size(), 2u);
+    EXPECT_NE(cache.headline(CHeadlineTable{16, 90001, 2, 0, 0}), nullptr);
+    EXPECT_NE(cache.headline(CHeadlineTable{16, 90000, 1, 0, 0}), nullptr);
+}
+
+} // namespace
+} // namespace embedded::test
