@@ -1,7 +1,6 @@
 #include "headline_list/headline_table_list.h"
 
 #include <algorithm>
-#include <bit>
 #include <cassert>
 #include <limits>
 
@@ -19,8 +18,12 @@
 //    sequence number, and those of them on one local day. Two hash indexes give the first
 //    entry of each chain. Every lookup by key starts at a chain head, and chains are as long
 //    as the number of days (or same-day duplicates) a number occurs on, not as the list;
-//  - the smallest time of each row block, in a min segment tree over block ranks, to find
-//    the first entry earlier than a time without walking the rows above it.
+//  - the smallest time of each row block, to find the first entry earlier than a time by
+//    walking blocks instead of rows. A pushed headline is almost always the newest and lands
+//    in the top block; a late one walks the blocks above its place, a few hundred compares
+//    at a million rows. (A tree over the block ranks would answer in O(log n), but a block
+//    added or removed renumbers every rank after it, and rebuilding it cost more per push
+//    than the walks it saved.)
 // Relative order of entries never changes except through sort and assign, which rebuild the
 // chains from scratch; inserts and erases only splice chains.
 
@@ -78,11 +81,9 @@ struct HeadlineTableList::Impl {
     IdHashIndex byDay; // (service, number, local day) -> top entry of its chain
     mutable LocalDayCache days;
 
-    // Smallest time per row block (by block id) and a min tree over block ranks.
+    // Smallest time per row block, by block id.
     std::vector<std::int64_t> blockMin;
-    std::vector<std::int64_t> minTree;
-    std::size_t treeLeaves = 0;
-    std::uint64_t treeLayout = std::numeric_limits<std::uint64_t>::max();
+    std::uint64_t minLayout = std::numeric_limits<std::uint64_t>::max();
     std::vector<std::uint32_t> restructuredBlocks;
 
     Impl() = default;
@@ -236,17 +237,10 @@ struct HeadlineTableList::Impl {
         }
         return least;
     }
-    void setLeaf(std::size_t rank, std::int64_t value) {
-        std::size_t i = treeLeaves + rank;
-        minTree[i] = value;
-        for (i /= 2; i >= 1; i /= 2) {
-            minTree[i] = std::min(minTree[2 * i], minTree[2 * i + 1]);
-        }
-    }
-    // Brings the minimum times up to date after blocks were added, removed or refilled.
+    // Brings the block minimum times up to date after blocks were added, removed or refilled.
     // Returns false when the layout did not change and the caller must patch one block.
     bool refreshLayout() {
-        if (rows.layoutVersion() == treeLayout) {
+        if (rows.layoutVersion() == minLayout) {
             return false;
         }
         for (const std::uint32_t block : restructuredBlocks) {
@@ -258,15 +252,7 @@ struct HeadlineTableList::Impl {
             }
         }
         restructuredBlocks.clear();
-        treeLeaves = std::bit_ceil(std::max<std::size_t>(1, rows.blockCount()));
-        minTree.assign(2 * treeLeaves, std::numeric_limits<std::int64_t>::max());
-        for (std::size_t rank = 0; rank < rows.blockCount(); ++rank) {
-            minTree[treeLeaves + rank] = blockMin[rows.blockAtRank(rank)];
-        }
-        for (std::size_t i = treeLeaves - 1; i >= 1; --i) {
-            minTree[i] = std::min(minTree[2 * i], minTree[2 * i + 1]);
-        }
-        treeLayout = rows.layoutVersion();
+        minLayout = rows.layoutVersion();
         return true;
     }
     void noteInserted(std::uint32_t id) {
@@ -274,10 +260,7 @@ struct HeadlineTableList::Impl {
             return;
         }
         const std::uint32_t block = records[id].block();
-        if (records[id].time < blockMin[block]) {
-            blockMin[block] = records[id].time;
-            setLeaf(rows.blockRank(block), blockMin[block]);
-        }
+        blockMin[block] = std::min(blockMin[block], records[id].time);
     }
     void noteErased(std::uint32_t block, std::int64_t time) {
         if (refreshLayout()) {
@@ -285,20 +268,19 @@ struct HeadlineTableList::Impl {
         }
         if (time == blockMin[block]) {
             blockMin[block] = scanMin(block);
-            setLeaf(rows.blockRank(block), blockMin[block]);
         }
     }
 
     // ---- operations ---------------------------------------------------------------------
     std::size_t insertRowForTime(std::int64_t time) const {
-        if (rows.empty() || minTree[1] >= time) {
+        std::size_t rank = 0;
+        while (rank < rows.blockCount() && blockMin[rows.blockAtRank(rank)] >= time) {
+            ++rank;
+        }
+        if (rank == rows.blockCount()) {
             return rows.size();
         }
-        std::size_t i = 1;
-        while (i < treeLeaves) {
-            i = minTree[2 * i] < time ? 2 * i : 2 * i + 1;
-        }
-        const std::uint32_t block = rows.blockAtRank(i - treeLeaves);
+        const std::uint32_t block = rows.blockAtRank(rank);
         const auto items = rows.blockItems(block);
         std::size_t offset = 0;
         while (records[items[offset]].time >= time) {
@@ -518,6 +500,5 @@ std::size_t HeadlineTableList::bytesUsed() const {
     }
     const Impl& d = *m_impl;
     return sizeof(Impl) + d.records.bytesUsed() + d.rows.heapBytes() + d.bySeq.bytesUsed() + d.byDay.bytesUsed() +
-           (d.blockMin.capacity() + d.minTree.capacity()) * sizeof(std::int64_t) +
-           d.restructuredBlocks.capacity() * sizeof(std::uint32_t);
+           d.blockMin.capacity() * sizeof(std::int64_t) + d.restructuredBlocks.capacity() * sizeof(std::uint32_t);
 }

@@ -1,5 +1,6 @@
 // Date paging of the all-news list, a new news day announced by the back end, and rebuilding
 // lists after the set of checked services changed.
+#include "headline_list/news_ctrl_view_clock.h"
 #include "host/backend/bk_quote_interface.h"
 #include "host/text/format.h"
 #include "news_view/news_ctrl_view.h"
@@ -13,11 +14,11 @@ constexpr std::int64_t kSecondsPerDay = 24 * 60 * 60;
 
 // The local calendar date of a moment; all zero when it cannot be broken down.
 Date localDate(std::int64_t seconds) {
-    std::tm tm{};
-    if (!text::localTime(seconds, tm)) {
+    news::LocalClock local;
+    if (!news::localClock(seconds, local)) {
         return {};
     }
-    return Date{tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday};
+    return Date{local.year, local.month, local.day};
 }
 
 bool earlier(const Date& a, const Date& b) {
@@ -54,7 +55,7 @@ std::int64_t TRVNewsCtrlView::currentNewsDay() const {
     }
     const Date created = localDate(m_tCreateTime);
     std::int64_t midnight = 0;
-    return text::localMidnight(created.year, created.month, created.day, midnight) ? midnight : 0;
+    return news::localMidnightOf(created.year, created.month, created.day, midnight) ? midnight : 0;
 }
 
 int TRVNewsCtrlView::listOfGrid(const CSuperSheetWnd* grid) const {

@@ -2,8 +2,8 @@
 // each list's table and grid without rebuilding them.
 #include <cstdlib>
 
+#include "headline_list/news_ctrl_view_clock.h"
 #include "host/backend/bk_quote_interface.h"
-#include "host/text/format.h"
 #include "news_view/news_ctrl_view.h"
 
 using host::ui::CSuperSheetWnd;
@@ -13,9 +13,9 @@ namespace {
 constexpr const char* kSearchKey = "SEARCH";
 
 bool sameDate(const host::ui::Date& date, std::int64_t seconds) {
-    std::tm tm{};
-    return text::localTime(seconds, tm) && tm.tm_year + 1900 == date.year && tm.tm_mon + 1 == date.month &&
-           tm.tm_mday == date.day;
+    news::LocalClock local;
+    return news::localClock(seconds, local) && local.year == date.year && local.month == date.month &&
+           local.day == date.day;
 }
 
 } // namespace

@@ -50,10 +50,10 @@ int HeadlessSheet::iInsertCol(int index, int width) {
         index = iGetColCount();
     }
     m_columns.insert(m_columns.begin() + index, Column{width, CString{}});
-    // Cells of written rows move right with their columns.
-    for (std::size_t row = 0; row < m_rows.size() && m_storedRows > 0; ++row) {
-        if (RowCells* cells = m_rows[row].get(); cells != nullptr && static_cast<int>(cells->cells.size()) > index) {
-            cells->cells.insert(cells->cells.begin() + index, Cell{});
+    // Cells of written rows move right with their columns (free slots hold no cells).
+    for (RowCells& cells : m_cellPool) {
+        if (static_cast<int>(cells.cells.size()) > index) {
+            cells.cells.insert(cells.cells.begin() + index, Cell{});
         }
     }
     return index;
@@ -85,6 +85,8 @@ CString HeadlessSheet::cszGetHeaderText(int col) const {
 
 void HeadlessSheet::vClearAllRows() {
     m_rows.clear();
+    m_cellPool.clear();
+    m_freeSlots.clear();
     m_storedRows = 0;
     m_selection.clear();
     m_focus = Point{-1, -1};
@@ -97,7 +99,7 @@ void HeadlessSheet::vAddRows(std::size_t count) {
 
 void HeadlessSheet::vInsertRow(std::size_t row) {
     const std::size_t pos = std::min(row, m_rows.size());
-    m_rows.insert(pos, nullptr);
+    m_rows.insert(pos, 0);
     const int at = static_cast<int>(pos);
     for (int& selected : m_selection) {
         if (selected >= at) {
@@ -114,8 +116,8 @@ void HeadlessSheet::vDeleteRow(std::size_t row) {
         ++m_outOfRange;
         return;
     }
-    if (m_rows[row]) {
-        --m_storedRows;
+    if (const std::uint32_t value = m_rows[row]; value != 0) {
+        releaseCells(value);
     }
     m_rows.erase(row);
     const int at = static_cast<int>(row);
@@ -141,11 +143,28 @@ bool HeadlessSheet::validCell(std::size_t row, int col) {
     return false;
 }
 
+HeadlessSheet::RowCells* HeadlessSheet::storedCells(std::size_t row) {
+    const std::uint32_t value = m_rows[row];
+    return value != 0 ? &m_cellPool[value - 1] : nullptr;
+}
+
+const HeadlessSheet::RowCells* HeadlessSheet::storedCells(std::size_t row) const {
+    const std::uint32_t value = m_rows[row];
+    return value != 0 ? &m_cellPool[value - 1] : nullptr;
+}
+
+void HeadlessSheet::releaseCells(std::uint32_t value) {
+    // The slot keeps its vector's room for the next row written.
+    m_cellPool[value - 1].cells.clear();
+    m_freeSlots.push_back(value - 1);
+    --m_storedRows;
+}
+
 const HeadlessSheet::Cell* HeadlessSheet::findCell(std::size_t row, int col) const {
     if (row >= m_rows.size() || col < 0) {
         return nullptr;
     }
-    const RowCells* cells = m_rows[row].get();
+    const RowCells* cells = storedCells(row);
     if (cells == nullptr || static_cast<std::size_t>(col) >= cells->cells.size()) {
         return nullptr;
     }
@@ -153,15 +172,26 @@ const HeadlessSheet::Cell* HeadlessSheet::findCell(std::size_t row, int col) con
 }
 
 HeadlessSheet::Cell& HeadlessSheet::cellForWrite(std::size_t row, int col) {
-    std::unique_ptr<RowCells>& cells = m_rows[row];
-    if (!cells) {
-        cells = std::make_unique<RowCells>();
+    std::uint32_t& value = m_rows[row];
+    if (value == 0) {
+        std::uint32_t slot = 0;
+        if (!m_freeSlots.empty()) {
+            slot = m_freeSlots.back();
+            m_freeSlots.pop_back();
+        } else {
+            slot = static_cast<std::uint32_t>(m_cellPool.size());
+            m_cellPool.emplace_back();
+        }
+        // Rows are written column by column; room for all of them up front saves regrowing.
+        m_cellPool[slot].cells.reserve(m_columns.size());
+        value = slot + 1;
         ++m_storedRows;
     }
-    if (cells->cells.size() <= static_cast<std::size_t>(col)) {
-        cells->cells.resize(static_cast<std::size_t>(col) + 1);
+    std::vector<Cell>& cells = m_cellPool[value - 1].cells;
+    if (cells.size() <= static_cast<std::size_t>(col)) {
+        cells.resize(static_cast<std::size_t>(col) + 1);
     }
-    return cells->cells[static_cast<std::size_t>(col)];
+    return cells[static_cast<std::size_t>(col)];
 }
 
 void HeadlessSheet::vSetCellText(std::size_t row, int col, const CString& text) {
@@ -192,8 +222,9 @@ void HeadlessSheet::vResetCellColor(std::size_t row, int col) {
         return;
     }
     // Resetting never creates storage for a row that holds none.
-    if (m_rows[row] && m_rows[row]->cells.size() > static_cast<std::size_t>(col)) {
-        Cell& cell = m_rows[row]->cells[static_cast<std::size_t>(col)];
+    RowCells* cells = storedCells(row);
+    if (cells != nullptr && cells->cells.size() > static_cast<std::size_t>(col)) {
+        Cell& cell = cells->cells[static_cast<std::size_t>(col)];
         cell.fg.reset();
         cell.bk.reset();
     }
@@ -218,7 +249,7 @@ std::optional<COLORREF> HeadlessSheet::cellBkColor(std::size_t row, int col) con
 }
 
 bool HeadlessSheet::isRowStored(std::size_t row) const {
-    return row < m_rows.size() && m_rows[row] != nullptr;
+    return row < m_rows.size() && m_rows[row] != 0;
 }
 
 int HeadlessSheet::iGetRowsPerPage() const {

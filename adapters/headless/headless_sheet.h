@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -10,19 +10,20 @@
 
 namespace headless {
 
-// The headless grid. Rows live in an indexed sequence of pointers that stay null until a
-// cell of the row is written, so a million empty rows cost one pointer each and inserting or
-// deleting a row moves no cells. Rows per page are the full rows that fit below the header
-// row. The grid moves its focus row with Up, Down, Page Up, Page Down, Home and End (Left and
-// Right move the focus column) and keeps those keys; every other key message goes to the
-// parent as it came. A mouse button press on a row selects it (Ctrl toggles, Shift extends
-// from the focus row) and takes the focus; every mouse message except the wheel is then
-// passed to the parent with win::kGridForwarded set in wParam and the point in grid client
-// coordinates. Scrolling the grid itself (wheel, scroll bar, keys) tells the parent with
-// WM_VSCROLL (wParam: SB_THUMBTRACK and the new first row, lParam: the grid); calls from code
-// do not. A size change reaches the parent as the registered message "RVMSG_CHANGESIZE"
-// (wParam: the grid). Selected rows and the focus row follow their rows through inserts and
-// deletes; deleting the focus row leaves no focus row.
+// The headless grid. Rows live in an indexed sequence of 32-bit slot numbers that stay 0
+// until a cell of the row is written (the cells then live in a pool), so a million empty
+// rows cost four bytes each and inserting or deleting a row moves plain integers, no cells.
+// Rows per page are the full rows that fit below the header row. The grid moves its focus
+// row with Up, Down, Page Up, Page Down, Home and End (Left and Right move the focus column)
+// and keeps those keys; every other key message goes to the parent as it came. A mouse
+// button press on a row selects it (Ctrl toggles, Shift extends from the focus row) and
+// takes the focus; every mouse message except the wheel is then passed to the parent with
+// win::kGridForwarded set in wParam and the point in grid client coordinates. Scrolling the
+// grid itself (wheel, scroll bar, keys) tells the parent with WM_VSCROLL (wParam:
+// SB_THUMBTRACK and the new first row, lParam: the grid); calls from code do not. A size
+// change reaches the parent as the registered message "RVMSG_CHANGESIZE" (wParam: the grid).
+// Selected rows and the focus row follow their rows through inserts and deletes; deleting
+// the focus row leaves no focus row.
 // Ownership: owned by its parent window. Thread: UI thread.
 class HeadlessSheet final : public WindowBase<host::ui::CSuperSheetWnd> {
 public:
@@ -123,11 +124,16 @@ private:
     struct RowCells {
         std::vector<Cell> cells;
     };
-    using RowStore = RowSequence<std::unique_ptr<RowCells>>;
+    // A row's value: 0 while none of its cells was written, else its pool slot plus one.
+    using RowStore = RowSequence<std::uint32_t>;
 
     bool validCell(std::size_t row, int col);
     const Cell* findCell(std::size_t row, int col) const;
     Cell& cellForWrite(std::size_t row, int col);
+    // The cells of a written row; null for a row without storage.
+    RowCells* storedCells(std::size_t row);
+    const RowCells* storedCells(std::size_t row) const;
+    void releaseCells(std::uint32_t value);
     int maxFirstVisible() const;
     void clampScroll();
     // Sets the first visible row; with notify the parent hears WM_VSCROLL on a change.
@@ -148,6 +154,8 @@ private:
     };
     std::vector<Column> m_columns;
     RowStore m_rows;
+    std::vector<RowCells> m_cellPool; // by slot; free slots hold no cells
+    std::vector<std::uint32_t> m_freeSlots;
     std::size_t m_storedRows = 0;
     int m_firstVisible = 0;
     std::vector<int> m_selection; // ascending
