@@ -3,6 +3,8 @@
 #include <charconv>
 #include <cstdint>
 
+#include "host/text/utf8.h"
+
 namespace embedded {
 
 JsonValue JsonValue::makeBool(bool value) {
@@ -57,23 +59,7 @@ namespace {
 
 constexpr int kMaxDepth = 64;
 
-void appendUtf8(std::string& out, char32_t cp) {
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
-}
+using text::appendUtf8;
 
 // Length of the well-formed UTF-8 sequence at pos, or 0 when it is malformed.
 std::size_t utf8SequenceLength(std::string_view text, std::size_t pos) {

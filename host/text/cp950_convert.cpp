@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "host/text/cp950.h"
+#include "host/text/utf8.h"
 
 namespace cp950 {
 
@@ -64,23 +65,7 @@ char16_t decodeAt(std::string_view text, std::size_t pos, std::size_t len) {
     return decodeDouble(first, static_cast<unsigned char>(text[pos + 1]));
 }
 
-void appendUtf8(std::string& out, char32_t cp) {
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
-}
+using text::appendUtf8;
 
 // Decodes one UTF-8 sequence at pos into cp and returns its length. A malformed sequence gives
 // cp = U+FFFD and the length of its longest valid prefix (at least 1), so each maximal
