@@ -219,8 +219,9 @@ struct HeadlineTableList::Impl {
     void rebuildChains() {
         bySeq.clear();
         byDay.clear();
-        // Nearly every entry has a day chain of its own; sizing the day index once saves
-        // the rehashes (each a localtime-cache lookup per entry) of growing it step by step.
+        // Nearly every entry has chains of its own; sizing both indexes once saves growing
+        // them step by step (each growth reads every record again).
+        bySeq.reserve(rows.size(), seqHasher());
         byDay.reserve(rows.size(), dayHasher());
         std::vector<std::uint32_t> ids(rows.begin(), rows.end());
         for (auto it = ids.rbegin(); it != ids.rend(); ++it) {
