@@ -46,6 +46,7 @@ EmbeddedBackend::EmbeddedBackend(EmbeddedBackendOptions options)
     m_options.daysToKeep = std::max(1, m_options.daysToKeep);
     m_ui->subscriptions = m_options.subscriptions != nullptr ? m_options.subscriptions : &NewsSubscriptions::instance();
     m_ui->connected = m_options.startConnected;
+    m_ui->cache.setTableDepth(m_options.tableDepth);
     m_ui->onStoreError = m_options.onStoreError;
     m_ui->catalog.loadBuiltIn();
     if (!m_options.systemPath.empty()) {

@@ -9,6 +9,7 @@
 
 #include "embedded_backend/feed_event.h"
 #include "embedded_backend/ingest.h"
+#include "embedded_backend/news_cache.h"
 #include "embedded_backend/news_generator.h"
 #include "embedded_backend/news_store.h"
 #include "embedded_backend/replay_feed.h"
@@ -36,6 +37,7 @@ struct EmbeddedBackendOptions {
     const host::Clock* clock = nullptr;         // "now"; null: the system clock (read on the UI thread only)
     NewsSubscriptions* subscriptions = nullptr; // null: NewsSubscriptions::instance()
     std::size_t maxSearchResults = 1000;        // newest first
+    std::size_t tableDepth = NewsCache::kDefaultTableDepth; // newest entries of a category or symbol table
     bool startConnected = true;
     bool convertToSimplified = false;
     int productId = 0;

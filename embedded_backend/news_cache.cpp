@@ -1,6 +1,7 @@
 #include "embedded_backend/news_cache.h"
 
 #include <algorithm>
+#include <limits>
 #include <unordered_set>
 
 namespace embedded {
@@ -196,9 +197,11 @@ void NewsCache::setSearchResults(unsigned char service, int kind, std::vector<CH
 
 namespace {
 
-int append(const std::vector<CHeadlineTable>& from, std::vector<CHeadlineTable>& out) {
-    out.insert(out.end(), from.begin(), from.end());
-    return static_cast<int>(from.size());
+int append(const std::vector<CHeadlineTable>& from, std::vector<CHeadlineTable>& out,
+           std::size_t limit = std::numeric_limits<std::size_t>::max()) {
+    const std::size_t count = std::min(limit, from.size());
+    out.insert(out.end(), from.end() - static_cast<std::ptrdiff_t>(count), from.end());
+    return static_cast<int>(count);
 }
 
 } // namespace
@@ -210,12 +213,12 @@ int NewsCache::dateTable(unsigned char service, int day, std::vector<CHeadlineTa
 
 int NewsCache::categoryTable(unsigned char service, std::int32_t category, std::vector<CHeadlineTable>& out) const {
     const auto it = m_categoryTables.find(tableKey(service, category));
-    return it == m_categoryTables.end() ? 0 : append(it->second, out);
+    return it == m_categoryTables.end() ? 0 : append(it->second, out, m_tableDepth);
 }
 
 int NewsCache::symbolTable(unsigned char service, const CString& code, std::vector<CHeadlineTable>& out) const {
     const auto it = m_symbolTables.find(symbolKey(service, code));
-    return it == m_symbolTables.end() ? 0 : append(it->second, out);
+    return it == m_symbolTables.end() ? 0 : append(it->second, out, m_tableDepth);
 }
 
 int NewsCache::searchResults(unsigned char service, int kind, std::vector<CHeadlineTable>& out) const {

@@ -48,6 +48,13 @@ public:
     void setCurrentDay(unsigned char service, int day) { m_currentDays[service] = day; }
     void setSearchResults(unsigned char service, int kind, std::vector<CHeadlineTable> entries);
 
+    // Tables by category and by symbol span every kept day and can grow to tens of thousands
+    // of entries; a look-up hands out only the newest this many (by arrival), so that it stays
+    // a small copy. A day's table is always handed out whole.
+    static constexpr std::size_t kDefaultTableDepth = 2000;
+    void setTableDepth(std::size_t depth) { m_tableDepth = depth; }
+    std::size_t tableDepth() const { return m_tableDepth; }
+
     // Appending look-ups; each returns the number of entries appended.
     int dateTable(unsigned char service, int day, std::vector<CHeadlineTable>& out) const;
     int categoryTable(unsigned char service, std::int32_t category, std::vector<CHeadlineTable>& out) const;
@@ -124,6 +131,7 @@ private:
     std::map<std::pair<unsigned char, int>, std::vector<CHeadlineTable>> m_searchResults;
     std::unordered_map<DayKey, Story, DayHash> m_waitingStories; // stories whose headline has not come
     std::map<unsigned char, int> m_currentDays;
+    std::size_t m_tableDepth = kDefaultTableDepth;
 };
 
 } // namespace embedded

@@ -55,6 +55,17 @@ void BM_TableByCategory(benchmark::State& state) {
 }
 BENCHMARK(BM_TableByCategory)->Arg(100'000)->Arg(1'000'000)->Unit(benchmark::kMicrosecond);
 
+void BM_TableBySymbol(benchmark::State& state) {
+    const CachedNews& news = cached(static_cast<std::size_t>(state.range(0)));
+    std::vector<CHeadlineTable> table;
+    for (auto _ : state) {
+        table.clear();
+        benchmark::DoNotOptimize(news.cache.symbolTable(16, "2330", table));
+    }
+    state.counters["entries"] = static_cast<double>(table.size());
+}
+BENCHMARK(BM_TableBySymbol)->Arg(100'000)->Arg(1'000'000)->Unit(benchmark::kMicrosecond);
+
 void BM_HeadlinesFor31Entries(benchmark::State& state) {
     const CachedNews& news = cached(static_cast<std::size_t>(state.range(0)));
     // One screen of rows from the middle of a day's table.

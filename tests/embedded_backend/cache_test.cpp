@@ -98,5 +98,51 @@ TEST(NewsCache, ResendsAndDroppedDaysLeaveNoStaleEntries) {
     EXPECT_NE(cache.headline(CHeadlineTable{16, 90000, 1, 0, 0}), nullptr);
 }
 
+// Category and symbol tables span every kept day; a look-up hands out the newest entries up to
+// the table depth, and a re-sent or dropped entry brings an older one back into view.
+TEST(NewsCache, CategoryAndSymbolTablesGiveTheNewestEntriesUpToTheDepth) {
+    constexpr int kDay = 20240305;
+    NewsCache cache;
+    cache.setTableDepth(3);
+    for (int seq = 1; seq <= 5; ++seq) {
+        cache.putHeadline(record(16, seq <= 2 ? kDay : addDays(kDay, 1), seq, 1000 * seq, 7, {"2330"}));
+    }
+    const auto times = [](const std::vector<CHeadlineTable>& table) {
+        std::vector<std::int64_t> out;
+        for (const CHeadlineTable& e : table) {
+            out.push_back(e.m_tTime);
+        }
+        return out;
+    };
+    std::vector<CHeadlineTable> t{CHeadlineTable{22, 1, 1, 0, 0}};
+    EXPECT_EQ(cache.categoryTable(16, 7, t), 3);
+    EXPECT_EQ(times(t), (std::vector<std::int64_t>{1, 3000, 4000, 5000})) << "appended after what was there";
+    t.clear();
+    EXPECT_EQ(cache.symbolTable(16, "2330", t), 3);
+    EXPECT_EQ(times(t), (std::vector<std::int64_t>{3000, 4000, 5000}));
+    t.clear();
+    EXPECT_EQ(cache.dateTable(16, addDays(kDay, 1), t), 3) << "a day's table is not cut";
+
+    // The headline at 5000 is re-sent under another category: 2000 comes back into view.
+    cache.putHeadline(record(16, addDays(kDay, 1), 5, 6000, 8, {"2330"}));
+    t.clear();
+    cache.categoryTable(16, 7, t);
+    EXPECT_EQ(times(t), (std::vector<std::int64_t>{2000, 3000, 4000}));
+    t.clear();
+    cache.symbolTable(16, "2330", t);
+    EXPECT_EQ(times(t), (std::vector<std::int64_t>{3000, 4000, 6000}));
+
+    // Dropping the first day leaves fewer entries than the depth.
+    cache.dropBefore(16, addDays(kDay, 1));
+    t.clear();
+    EXPECT_EQ(cache.categoryTable(16, 7, t), 2);
+    EXPECT_EQ(times(t), (std::vector<std::int64_t>{3000, 4000}));
+
+    cache.setTableDepth(0);
+    t.clear();
+    EXPECT_EQ(cache.categoryTable(16, 7, t), 0);
+    EXPECT_TRUE(t.empty());
+}
+
 } // namespace
 } // namespace embedded::test
