@@ -1,8 +1,11 @@
 #include "headline_list/local_day_cache.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <ctime>
 #include <optional>
+
+#include "host/text/format.h"
 
 namespace {
 
@@ -27,20 +30,10 @@ std::int64_t daysFromCivil(std::int64_t y, std::int64_t m, std::int64_t d) {
 }
 
 std::optional<LocalFields> localFields(std::int64_t time) {
-    if (time < std::numeric_limits<std::time_t>::min() || time > std::numeric_limits<std::time_t>::max()) {
-        return std::nullopt;
-    }
-    const auto t = static_cast<std::time_t>(time);
     std::tm tm{};
-#if defined(_WIN32)
-    if (localtime_s(&tm, &t) != 0) {
+    if (!text::localTime(time, tm)) {
         return std::nullopt;
     }
-#else
-    if (localtime_r(&t, &tm) == nullptr) {
-        return std::nullopt;
-    }
-#endif
     const std::int64_t year = std::int64_t{tm.tm_year} + 1900;
     LocalFields fields;
     fields.key = year * 10000 + (tm.tm_mon + 1) * 100 + tm.tm_mday;
@@ -68,20 +61,54 @@ void LocalDayCache::clear() {
 }
 
 std::int64_t LocalDayCache::dayKey(std::int64_t time) {
+    const Span* span = spanOf(time);
+    return span == nullptr ? kNoDay : span->key;
+}
+
+bool LocalDayCache::clock(std::int64_t time, LocalClock& out) {
+    const Span* span = spanOf(time);
+    if (span == nullptr) {
+        return false;
+    }
+    const std::int64_t second = span->secondOfDay + (time - span->begin);
+    out = LocalClock{static_cast<int>(span->key / 10000), static_cast<int>(span->key / 100 % 100),
+                     static_cast<int>(span->key % 100),   static_cast<int>(second / 3600),
+                     static_cast<int>(second / 60 % 60),  static_cast<int>(second % 60)};
+    return true;
+}
+
+bool LocalDayCache::midnightOf(int year, int month, int day, std::int64_t& seconds) {
+    forgetIfZoneChanged();
+    const std::int64_t key = std::int64_t{year} * 10000 + month * 100 + day;
+    const auto it = std::lower_bound(m_spans.begin(), m_spans.end(), key,
+                                     [](const Span& span, std::int64_t k) { return span.key < k; });
+    // Dates before 1900 are refused, as text::localMidnight refuses them.
+    if (it != m_spans.end() && it->key == key && it->secondOfDay == 0 && year >= 1900) {
+        seconds = it->begin;
+        return true;
+    }
+    return text::localMidnight(year, month, day, seconds);
+}
+
+const LocalDayCache::Span* LocalDayCache::spanOf(std::int64_t time) {
+    forgetIfZoneChanged();
     if (contains(m_lastHit, time)) {
-        return m_spans[m_lastHit].key;
+        return &m_spans[m_lastHit];
     }
     auto after = std::upper_bound(m_spans.begin(), m_spans.end(), time,
                                   [](std::int64_t t, const Span& span) { return t < span.begin; });
     if (after != m_spans.begin() && contains(static_cast<std::size_t>(after - m_spans.begin() - 1), time)) {
         m_lastHit = static_cast<std::size_t>(after - m_spans.begin() - 1);
-        return m_spans[m_lastHit].key;
+        return &m_spans[m_lastHit];
     }
 
     const auto fields = localFields(time);
     if (!fields) {
-        return kNoDay;
+        return nullptr;
     }
+    // The first localtime call after TZ changed loads the new zone: spans go in under the zone
+    // that answered.
+    forgetIfZoneChanged();
     // With one UTC offset throughout, every second from local midnight to the next one has
     // the same date. Where the offset changes inside that window (daylight saving), keep only
     // the part around time that shares time's offset; one change per side is assumed.
@@ -114,6 +141,35 @@ std::int64_t LocalDayCache::dayKey(std::int64_t time) {
     const auto at = std::upper_bound(m_spans.begin(), m_spans.end(), begin,
                                      [](std::int64_t b, const Span& span) { return b < span.begin; });
     m_lastHit = static_cast<std::size_t>(at - m_spans.begin());
-    m_spans.insert(at, Span{begin, end, fields->key});
-    return fields->key;
+    m_spans.insert(at, Span{begin, end, fields->key, fields->secOfDay - (time - begin)});
+    return &m_spans[m_lastHit];
+}
+
+// localtime answers for the zone last loaded (by tzset, or by the C library on its own after TZ
+// changed), and loading a zone sets the C library's zone names and offset; a following cache
+// starts over when those change. Reading them costs far less than a getenv call.
+void LocalDayCache::forgetIfZoneChanged() {
+    if (!m_follow) {
+        return;
+    }
+#if defined(_WIN32)
+    // The runtime's zone state is not public there: TZ itself (set or not) is the key.
+    const char* variable = std::getenv("TZ");
+    const char* const names[2] = {variable != nullptr ? variable : "", variable != nullptr ? "TZ" : ""};
+    const long zoneOffset = 0;
+    const int zoneDaylight = 0;
+#else
+    const char* const* names = ::tzname;
+    const long zoneOffset = ::timezone;
+    const int zoneDaylight = ::daylight;
+#endif
+    if (zoneOffset == m_zoneOffset && zoneDaylight == m_zoneDaylight && m_zoneNames[0] == names[0] &&
+        m_zoneNames[1] == names[1]) {
+        return;
+    }
+    m_zoneOffset = zoneOffset;
+    m_zoneDaylight = zoneDaylight;
+    m_zoneNames[0] = names[0];
+    m_zoneNames[1] = names[1];
+    clear();
 }

@@ -64,3 +64,25 @@ TEST(LocalDayCache, MatchesLocaltimeAcrossOffsetChanges) {
     EXPECT_EQ(cache.dayKey(std::numeric_limits<std::int64_t>::max()), LocalDayCache::kNoDay);
     EXPECT_EQ(cache.dayKey(std::numeric_limits<std::int64_t>::min()), LocalDayCache::kNoDay);
 }
+
+// A list's cache keeps the days it filed entries under when the zone changes; the view's clock
+// follows the new zone.
+TEST(LocalDayCache, KeepsOrFollowsAZoneChange) {
+    constexpr std::int64_t kTaipeiOne = 1704128400; // 2024-01-02 01:00 Taipei, 2024-01-01 12:00 New York
+    LocalDayCache keep;
+    LocalDayCache follow(LocalDayCache::ZoneChanges::Follow);
+    {
+        const ScopedTimeZone zone("Asia/Taipei");
+        ASSERT_EQ(keep.dayKey(kTaipeiOne), 20240102);
+        ASSERT_EQ(follow.dayKey(kTaipeiOne), 20240102);
+    }
+    const ScopedTimeZone zone("America/New_York");
+    EXPECT_EQ(keep.dayKey(kTaipeiOne + 60), 20240102);
+    EXPECT_EQ(follow.dayKey(kTaipeiOne + 60), 20240101);
+    LocalClock clock;
+    ASSERT_TRUE(follow.clock(kTaipeiOne + 61, clock));
+    EXPECT_EQ(clock.day, 1);
+    EXPECT_EQ(clock.hour, 12);
+    EXPECT_EQ(clock.minute, 1);
+    EXPECT_EQ(clock.second, 1);
+}
