@@ -81,6 +81,12 @@ QtComboBox::QtComboBox(QWidget* parent, int id, unsigned style) : WindowImpl(new
     QObject::connect(box, &QComboBox::activated, box, [this](int) {
         applySelectedColors();
         notifyParentCommand(win::CBN_SELCHANGE);
+        // A choice made on the closed box (arrow keys, typing, the wheel) is complete at once,
+        // so it ends with CBN_CLOSEUP like a choice from the open list: a parent that reads
+        // the selection at close-up takes it either way.
+        if (!m_droppedDown && !m_closeUpPending) {
+            notifyParentCommand(win::CBN_CLOSEUP);
+        }
     });
     if (box->isEditable()) {
         QObject::connect(box, &QComboBox::editTextChanged, box, [this] { notifyParentCommand(kCbnEditChange); });
@@ -103,8 +109,14 @@ void QtComboBox::onPopupHidden() {
     m_droppedDown = false;
     // Qt closes the list before it selects the clicked item; the parent reads the new
     // selection in its close-up handler, so the notification waits for that.
+    m_closeUpPending = true;
     QMetaObject::invokeMethod(
-        widget(), [this] { notifyParentCommand(win::CBN_CLOSEUP); }, Qt::QueuedConnection);
+        widget(),
+        [this] {
+            m_closeUpPending = false;
+            notifyParentCommand(win::CBN_CLOSEUP);
+        },
+        Qt::QueuedConnection);
 }
 
 bool QtComboBox::isDroppedDown() const {

@@ -9,8 +9,9 @@ namespace qthost {
 
 // A drop-down list (editable unless CBS_DROPDOWNLIST). The parent hears CBN_SELCHANGE when
 // the user changes the selection (not when the module does), CBN_DROPDOWN when the list
-// opens and CBN_CLOSEUP after it closed and the chosen item is selected. An owner-drawn
-// combo (CBS_OWNERDRAWFIXED) paints each item in its own colours, the closed box included.
+// opens and CBN_CLOSEUP after it closed and the chosen item is selected; a choice made on
+// the closed box is followed by CBN_CLOSEUP at once. An owner-drawn combo
+// (CBS_OWNERDRAWFIXED) paints each item in its own colours, the closed box included.
 class QtComboBox final : public WindowImpl<host::ui::ComboBox> {
 public:
     QtComboBox(QWidget* parent, int id, unsigned style);
@@ -42,6 +43,7 @@ private:
 
     bool m_ownerDrawn = false;
     bool m_droppedDown = false;
+    bool m_closeUpPending = false; // the list closed; its CBN_CLOSEUP is on its way
 };
 
 } // namespace qthost

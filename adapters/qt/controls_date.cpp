@@ -14,7 +14,9 @@ QtDatePicker::QtDatePicker(QWidget* parent, int id) : WindowImpl(new QDateEdit(p
     e->setDisplayFormat(QStringLiteral("yyyy/MM/dd"));
     e->setDate(QDate::currentDate());
     // The calendar opens in a pop-up window of its own; its showing and hiding are the
-    // drop-down and close-up of the platform's picker.
+    // drop-down and close-up of the platform's picker. A click outside it only closes it:
+    // passed on, it would act on a control while the parent takes the close-up.
+    calendarPopup()->setAttribute(Qt::WA_NoMouseReplay);
     watch(calendarPopup());
     QObject::connect(e, &QDateEdit::dateChanged, e, [this](QDate changed) {
         if (m_settingDate || !changed.isValid()) {

@@ -100,20 +100,31 @@ bool InputRouter::preTranslate(WindowCore& window, const Message& message) {
     return false;
 }
 
-bool InputRouter::routeKey(QWidget* receiver, QEvent* event) {
+WindowCore* InputRouter::keyWindow(const QWidget* receiver) {
     WindowCore* window = WindowCore::nearest(receiver);
-    if (window == nullptr) {
-        return false;
+    // A window Qt opens on its own (a menu, a combo's list, the calendar) has a host window as
+    // its parent but is not part of it: its keys are its own.
+    if (window == nullptr || window->widget()->window() != receiver->window()) {
+        return nullptr;
     }
+    return window;
+}
+
+bool InputRouter::routeKey(QWidget* receiver, QEvent* event) {
     auto* key = static_cast<QKeyEvent*>(event);
     const bool press = event->type() == QEvent::KeyPress;
     const unsigned vk = virtualKeyFromQt(key->key());
+    // Wherever the key went, so that a key released in a pop-up is not left down.
     if (vk != 0 && !key->isAutoRepeat()) {
         if (press) {
             m_keysDown.insert(vk);
         } else {
             m_keysDown.erase(vk);
         }
+    }
+    WindowCore* window = keyWindow(receiver);
+    if (window == nullptr) {
+        return false;
     }
     const unsigned message = press ? win::WM_KEYDOWN : win::WM_KEYUP;
     const Message m{message, static_cast<WPARAM>(vk), keyData(*key), &window->hostWindow()};
@@ -143,7 +154,7 @@ bool InputRouter::routeKey(QWidget* receiver, QEvent* event) {
 }
 
 bool InputRouter::routeInputMethod(QWidget* receiver, QEvent* event) {
-    WindowCore* window = WindowCore::nearest(receiver);
+    WindowCore* window = keyWindow(receiver);
     if (window == nullptr) {
         return false;
     }

@@ -16,7 +16,8 @@ class WindowCore;
 // returns true consumes it. Otherwise views and the grid handle it as a message, while
 // native controls (edits, combos, ...) get the Qt event as usual. Input-method composition
 // announces itself as WM_KEYDOWN with code 229. Widgets of the application that are not
-// host windows are left alone. Thread: UI thread.
+// host windows, and pop-ups Qt opens for a host window (a menu, a combo's list, the
+// calendar), are left alone. Thread: UI thread.
 class InputRouter final : public QObject {
 public:
     InputRouter();
@@ -35,6 +36,8 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    // The host window whose keys receiver gets, or null when they are not the host's.
+    static WindowCore* keyWindow(const QWidget* receiver);
     bool routeKey(QWidget* receiver, QEvent* event);
     bool routeInputMethod(QWidget* receiver, QEvent* event);
     // preTranslateMessage of each view from window up; true when one consumed the message.

@@ -95,11 +95,23 @@ TEST_F(ControlsTest, ComboNotifiesDropDownCloseUpAndUserSelectionsOnly) {
     ASSERT_TRUE(qttest::waitUntil([&] { return handler.commandCodes(2001).size() == 2; }));
     EXPECT_EQ(handler.commandCodes(2001)[1], win::CBN_CLOSEUP);
 
+    // A choice on the closed box is complete at once: the close-up follows the selection.
     handler.clear();
     box->setFocus();
     QTest::keyClick(box, Qt::Key_Down);
     EXPECT_EQ(combo->curSel(), 2);
-    EXPECT_EQ(handler.commandCodes(2001), std::vector<unsigned>{win::CBN_SELCHANGE});
+    EXPECT_EQ(handler.commandCodes(2001), (std::vector<unsigned>{win::CBN_SELCHANGE, win::CBN_CLOSEUP}));
+
+    // A choice from the open list closes it once, after the selection.
+    handler.clear();
+    box->showPopup();
+    QTest::keyClick(box->view(), Qt::Key_Up);
+    QTest::keyClick(box->view(), Qt::Key_Return);
+    ASSERT_TRUE(qttest::waitUntil([&] { return handler.commandCodes(2001).size() >= 3; }));
+    qttest::drainEvents();
+    EXPECT_EQ(combo->curSel(), 1);
+    EXPECT_EQ(handler.commandCodes(2001),
+              (std::vector<unsigned>{win::CBN_DROPDOWN, win::CBN_SELCHANGE, win::CBN_CLOSEUP}));
 
     combo->setItemColors(2, host::ui::RGB(255, 0, 0), host::ui::RGB(0, 0, 255));
     EXPECT_EQ(box->itemData(2, Qt::ForegroundRole).value<QColor>(), QColor(255, 0, 0));

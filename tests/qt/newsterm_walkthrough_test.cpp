@@ -1,0 +1,547 @@
+// The terminal driven the way a person drives it: real mouse clicks and key presses on the
+// newsterm window, checked against what the window then shows.
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QCalendarWidget>
+#include <QComboBox>
+#include <QDateEdit>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
+#include <QStyle>
+#include <QStyleOptionComboBox>
+#include <QTabBar>
+#include <QTableView>
+#include <QTest>
+#include <map>
+#include <set>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "adapters/qt/text_codec.h"
+#include "apps/newsterm/main_window.h"
+#include "headline_list/headline_columns.h"
+#include "host/ui/controls.h"
+#include "host/ui/sheet.h"
+#include "news_view/news_ctrl_view.h"
+#include "news_view/news_ids.h"
+#include "tests/qt/newsterm_window_fixture.h"
+#include "tests/qt/qt_test_support.h"
+
+namespace {
+
+using qttest::FeedHeadline;
+using qttest::waitUntil;
+
+class NewstermWalkthroughTest : public qttest::NewstermWindowTest {
+protected:
+    static bool today(const FeedHeadline& h) { return h.day == 1; }
+
+    // The title of the newest headline of the feed that matches.
+    template <class Pred> static QString newestTitle(Pred pred) {
+        const FeedHeadline* newest = nullptr;
+        for (const FeedHeadline& h : feed()) {
+            if (pred(h) && (newest == nullptr || std::pair(h.day, h.minute) > std::pair(newest->day, newest->minute))) {
+                newest = &h;
+            }
+        }
+        return newest == nullptr ? QString() : newest->title;
+    }
+
+    // Waits until the grid of a mode holds rows headlines, the newest first.
+    bool showsList(int mode, int rows, const QString& first) const {
+        return waitUntil([&] { return rowCount(mode) == rows && title(mode, 0) == first; });
+    }
+
+    // Every written row of a mode's grid is about the symbol (and at least the first is written).
+    bool allRowsAbout(int mode, const QString& symbol) const {
+        const QString tag = QStringLiteral("(%1)").arg(symbol);
+        if (rowCount(mode) <= 0 || !title(mode, 0).contains(tag)) {
+            return false;
+        }
+        for (int row = 0; row < rowCount(mode); ++row) {
+            const QString text = title(mode, row);
+            if (!text.isEmpty() && !text.contains(tag)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    QMenu* openServiceMenu() {
+        click(widget<QPushButton>(news::kIdServiceButton));
+        return qobject_cast<QMenu*>(openPopup());
+    }
+
+    static std::vector<bool> checkMarks(const QMenu& menu) {
+        std::vector<bool> marks;
+        for (const QAction* action : menu.actions()) {
+            if (!action->isSeparator()) {
+                marks.push_back(action->isChecked());
+            }
+        }
+        return marks;
+    }
+
+    // Clicks the entry of a combo's open list whose text starts with prefix.
+    void chooseFromList(QComboBox* combo, const QString& prefix) {
+        click(combo);
+        QWidget* popup = openPopup();
+        ASSERT_NE(popup, nullptr) << "the list did not open";
+        QAbstractItemView* list = combo->view();
+        const int row = combo->findText(prefix, Qt::MatchStartsWith);
+        ASSERT_GE(row, 0) << qPrintable(prefix);
+        list->scrollTo(list->model()->index(row, 0));
+        click(list->viewport(), list->visualRect(list->model()->index(row, 0)).center());
+        ASSERT_TRUE(noPopup());
+    }
+
+    // Opens the date picker's calendar with a click on its drop-down arrow.
+    QCalendarWidget* openCalendar() {
+        auto* picker = widget<QDateEdit>(news::kIdDatePicker);
+        QStyleOptionComboBox option;
+        option.initFrom(picker);
+        option.editable = true;
+        option.subControls = QStyle::SC_All;
+        const QRect arrow =
+            picker->style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxArrow, picker);
+        click(picker, arrow.center());
+        return openPopup() != nullptr ? picker->calendarWidget() : nullptr;
+    }
+
+    // Clicks a day of the open calendar's month.
+    static void clickDay(QCalendarWidget* calendar, int day) {
+        auto* days = calendar->findChild<QTableView*>(QStringLiteral("qt_calendar_calendarview"));
+        ASSERT_NE(days, nullptr);
+        const QAbstractItemModel* model = days->model();
+        // Rows 1 to 6 hold the weeks; a day in the middle of the month is shown once.
+        for (int row = 1; row < model->rowCount(); ++row) {
+            for (int column = 1; column < model->columnCount(); ++column) {
+                const QModelIndex index = model->index(row, column);
+                if (index.data().toString() == QString::number(day)) {
+                    click(days->viewport(), days->visualRect(index).center());
+                    return;
+                }
+            }
+        }
+        FAIL() << "day " << day << " is not in the calendar";
+    }
+
+    QDate pickerDate() const { return widget<QDateEdit>(news::kIdDatePicker)->date(); }
+    QString lastTip() const { return qthost::toQString(view().GetLastTipText()); }
+    // The tip window on screen: a visible tool-tip label whose text is the last tip, centred
+    // over the all-news grid.
+    ::testing::AssertionResult tipShownOverGrid() const {
+        const QTableView* list = grid(news::kModeAllNews);
+        const QRect gridArea(list->mapToGlobal(QPoint(0, 0)), list->size());
+        for (QWidget* top : QApplication::topLevelWidgets()) {
+            auto* label = qobject_cast<QLabel*>(top);
+            if (label != nullptr && label->isVisible() && (label->windowFlags() & Qt::ToolTip) == Qt::ToolTip &&
+                label->text() == lastTip().toHtmlEscaped()) {
+                if (!gridArea.contains(label->geometry().center())) {
+                    return ::testing::AssertionFailure() << "the tip is not over the grid";
+                }
+                return ::testing::AssertionSuccess();
+            }
+        }
+        return ::testing::AssertionFailure() << "no tip on screen with " << qPrintable(lastTip());
+    }
+    static QString lang(const char* utf8) { return QString::fromUtf8(utf8); }
+
+    void clickTab(int mode) {
+        auto* tabs = widget<QTabBar>(news::kIdTabStrip);
+        auto* strip = dynamic_cast<host::ui::TabStrip*>(control(news::kIdTabStrip));
+        for (int i = 0; i < strip->itemCount(); ++i) {
+            if (strip->itemData(i) == mode) {
+                click(tabs, tabs->tabRect(i).center());
+                return;
+            }
+        }
+        FAIL() << "no tab for mode " << mode;
+    }
+
+    // Focus row of a mode's grid and whether it is on screen.
+    int focusRow(int mode) const { return sheet(mode)->cptGetFocusNdx().y; }
+    bool focusRowVisible(int mode) const {
+        const QTableView* table = grid(mode);
+        const QRect cellRect = table->visualRect(table->model()->index(focusRow(mode), 0));
+        return table->viewport()->rect().contains(cellRect);
+    }
+
+    void clickRow(int mode, int row) {
+        QTableView* table = grid(mode);
+        click(table->viewport(), table->visualRect(table->model()->index(row, news::kColTitleThree)).center());
+    }
+};
+
+TEST_F(NewstermWalkthroughTest, ServiceMenuTogglesServicesWithCheckMarksButNeverTheLastOne) {
+    const int all = countFeed(today);
+    const int hongKong = countFeed([](const FeedHeadline& h) { return today(h) && h.service == 22; });
+    const int emerging = countFeed([](const FeedHeadline& h) { return today(h) && h.service == 122; });
+    ASSERT_TRUE(showsList(news::kModeAllNews, all, newestTitle(today)));
+
+    QMenu* menu = openServiceMenu();
+    ASSERT_NE(menu, nullptr) << "the service button opened no menu";
+    ASSERT_EQ(menu->actions().size(), 3) << "one item per service, the warrant service has a tab of its own";
+    EXPECT_EQ(menu->actions()[2]->text(), lang("香港股市新聞"));
+    EXPECT_EQ(checkMarks(*menu), (std::vector<bool>{true, true, true}));
+
+    // Hong Kong off with the mouse: its headlines leave the list.
+    click(menu, menu->actionGeometry(menu->actions()[2]).center());
+    ASSERT_TRUE(noPopup());
+    EXPECT_TRUE(showsList(news::kModeAllNews, all - hongKong,
+                          newestTitle([](const FeedHeadline& h) { return today(h) && h.service != 22; })));
+    menu = openServiceMenu();
+    ASSERT_NE(menu, nullptr);
+    EXPECT_EQ(checkMarks(*menu), (std::vector<bool>{true, true, false}));
+
+    // The emerging market off with the keyboard.
+    pressKey(Qt::Key_Down);
+    pressKey(Qt::Key_Down);
+    EXPECT_EQ(menu->activeAction(), menu->actions()[1]);
+    pressKey(Qt::Key_Return);
+    ASSERT_TRUE(noPopup());
+    const int exchangeOnly = all - hongKong - emerging;
+    const QString newestExchange = newestTitle([](const FeedHeadline& h) { return today(h) && h.service == 16; });
+    EXPECT_TRUE(showsList(news::kModeAllNews, exchangeOnly, newestExchange));
+
+    // The last checked service stays checked and the list stays as it is.
+    menu = openServiceMenu();
+    ASSERT_NE(menu, nullptr);
+    EXPECT_EQ(checkMarks(*menu), (std::vector<bool>{true, false, false}));
+    click(menu, menu->actionGeometry(menu->actions()[0]).center());
+    ASSERT_TRUE(noPopup());
+    qttest::drainEvents();
+    EXPECT_EQ(rowCount(news::kModeAllNews), exchangeOnly);
+    EXPECT_EQ(title(news::kModeAllNews, 0), newestExchange);
+    menu = openServiceMenu();
+    ASSERT_NE(menu, nullptr);
+    EXPECT_EQ(checkMarks(*menu), (std::vector<bool>{true, false, false})) << "the last check mark stays";
+
+    // Checking a service again brings its news back.
+    click(menu, menu->actionGeometry(menu->actions()[2]).center());
+    ASSERT_TRUE(noPopup());
+    const QString newestKept = newestTitle([](const FeedHeadline& h) { return today(h) && h.service != 122; });
+    EXPECT_TRUE(showsList(news::kModeAllNews, exchangeOnly + hongKong, newestKept));
+
+    // Escape closes the menu and changes nothing.
+    menu = openServiceMenu();
+    ASSERT_NE(menu, nullptr);
+    EXPECT_EQ(checkMarks(*menu), (std::vector<bool>{true, false, true}));
+    pressKey(Qt::Key_Escape);
+    ASSERT_TRUE(noPopup());
+    qttest::drainEvents();
+    EXPECT_EQ(rowCount(news::kModeAllNews), exchangeOnly + hongKong);
+    EXPECT_EQ(title(news::kModeAllNews, 0), newestKept);
+}
+
+TEST_F(NewstermWalkthroughTest, TabsSwitchModesAndShowTheControlsOfEach) {
+    // The controls each mode shows; every other control of the row is hidden.
+    const std::map<int, std::set<int>> shown{
+        {news::kModeAllNews, {news::kIdServiceButton, news::kIdDatePicker}},
+        {news::kModeCategory, {news::kIdServiceButton, news::kIdCategoryCombo}},
+        {news::kModeSymbol, {news::kIdServiceButton, news::kIdServiceCombo, news::kIdSymbolCombo}},
+        {news::kModeSearch,
+         {news::kIdServiceButton, news::kIdSearchEdit, news::kIdSearchButton, news::kIdDealsSearchButton}},
+        {news::kModeRelation, {news::kIdServiceButton, news::kIdRelationSearchButton}},
+        {news::kModeWarrant, {}},
+    };
+    const int rowControls[] = {news::kIdServiceButton,      news::kIdDatePicker,        news::kIdCategoryCombo,
+                               news::kIdServiceCombo,       news::kIdSymbolCombo,       news::kIdSearchEdit,
+                               news::kIdSearchButton,       news::kIdDealsSearchButton, news::kIdRelationSearchButton,
+                               news::kIdWarningSearchButton};
+    auto* tabs = widget<QTabBar>(news::kIdTabStrip);
+    ASSERT_NE(tabs, nullptr);
+    ASSERT_EQ(tabs->count(), static_cast<int>(shown.size()));
+
+    // Every other tab, then back to the first, as a person tries them out.
+    std::vector<int> order;
+    for (const auto& [mode, ids] : shown) {
+        if (mode != news::kModeAllNews) {
+            order.push_back(mode);
+        }
+    }
+    order.push_back(news::kModeAllNews);
+    for (const int mode : order) {
+        clickTab(mode);
+        EXPECT_EQ(shownMode(), mode) << "the grid of mode " << mode;
+        EXPECT_EQ(view().iGetCurrFunction(), mode);
+        for (const int id : rowControls) {
+            const QWidget* w = controlWidget(id);
+            ASSERT_NE(w, nullptr) << "control " << id;
+            EXPECT_EQ(w->isVisible(), shown.at(mode).count(id) == 1) << "control " << id << " in mode " << mode;
+        }
+        EXPECT_EQ(QApplication::focusWidget(), grid(mode)) << "the keyboard goes to the list of mode " << mode;
+    }
+    EXPECT_EQ(rowCount(news::kModeAllNews), countFeed(today));
+}
+
+TEST_F(NewstermWalkthroughTest, SymbolTabCombosChangeTheListByMouseAndKeyboard) {
+    clickTab(news::kModeSymbol);
+    auto* services = widget<QComboBox>(news::kIdServiceCombo);
+    auto* symbols = widget<QComboBox>(news::kIdSymbolCombo);
+    ASSERT_TRUE(services != nullptr && symbols != nullptr);
+    EXPECT_EQ(services->currentText(), lang("台灣證券"));
+    const auto about = [](int service, const char* symbol) {
+        return countFeed(
+            [=](const FeedHeadline& h) { return h.service == service && h.symbol == QLatin1String(symbol); });
+    };
+
+    // A symbol picked from the open list with the mouse.
+    chooseFromList(symbols, QStringLiteral("2330 "));
+    EXPECT_TRUE(symbols->currentText().startsWith(QStringLiteral("2330 ")));
+    EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeSymbol) == about(16, "2330"); }));
+    EXPECT_TRUE(allRowsAbout(news::kModeSymbol, QStringLiteral("2330")));
+
+    // The next symbol with the arrow key on the closed box.
+    ASSERT_EQ(QApplication::focusWidget(), symbols);
+    const int next = symbols->currentIndex() + 1;
+    ASSERT_TRUE(symbols->itemText(next).startsWith(QStringLiteral("2317 "))) << qPrintable(symbols->itemText(next));
+    pressKey(Qt::Key_Down);
+    EXPECT_EQ(symbols->currentIndex(), next);
+    EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeSymbol) == about(16, "2317"); }))
+        << "the symbol chosen with the keyboard did not change the list";
+    EXPECT_TRUE(allRowsAbout(news::kModeSymbol, QStringLiteral("2317")));
+
+    // Back with the keyboard through the open list.
+    pressKey(Qt::Key_Down, Qt::AltModifier);
+    ASSERT_NE(openPopup(), nullptr) << "Alt+Down opens the list";
+    pressKey(Qt::Key_Up);
+    pressKey(Qt::Key_Return);
+    ASSERT_TRUE(noPopup());
+    EXPECT_TRUE(symbols->currentText().startsWith(QStringLiteral("2330 ")));
+    EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeSymbol) == about(16, "2330"); }));
+    EXPECT_TRUE(allRowsAbout(news::kModeSymbol, QStringLiteral("2330")));
+
+    // Another market: its symbols replace the list of the symbol box.
+    chooseFromList(services, lang("興櫃"));
+    EXPECT_EQ(services->currentText(), lang("興櫃股票"));
+    EXPECT_TRUE(waitUntil([&] { return symbols->findText(QStringLiteral("7721 "), Qt::MatchStartsWith) >= 0; }));
+    EXPECT_EQ(symbols->findText(QStringLiteral("2330 "), Qt::MatchStartsWith), -1);
+
+    // Its first symbol with the keyboard in the open list.
+    click(symbols);
+    ASSERT_NE(openPopup(), nullptr);
+    const int target = symbols->findText(QStringLiteral("7721 "), Qt::MatchStartsWith);
+    for (int step = 0; step <= symbols->count() && symbols->view()->currentIndex().row() != target; ++step) {
+        pressKey(Qt::Key_Down);
+    }
+    ASSERT_EQ(symbols->view()->currentIndex().row(), target);
+    pressKey(Qt::Key_Return);
+    ASSERT_TRUE(noPopup());
+    EXPECT_TRUE(symbols->currentText().startsWith(QStringLiteral("7721 ")));
+    EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeSymbol) == about(122, "7721"); }));
+    EXPECT_TRUE(allRowsAbout(news::kModeSymbol, QStringLiteral("7721")));
+}
+
+TEST_F(NewstermWalkthroughTest, DatePickerLoadsTheChosenDayAndPutsBackDaysOutOfRange) {
+    const QDate yesterday = kToday.addDays(-1);
+    const int todayRows = countFeed(today);
+    const QString todayFirst = newestTitle(today);
+    ASSERT_EQ(pickerDate(), kToday);
+    ASSERT_TRUE(showsList(news::kModeAllNews, todayRows, todayFirst));
+
+    // Yesterday, clicked in the calendar.
+    QCalendarWidget* calendar = openCalendar();
+    ASSERT_NE(calendar, nullptr) << "the calendar did not open";
+    clickDay(calendar, yesterday.day());
+    ASSERT_TRUE(noPopup());
+    EXPECT_EQ(pickerDate(), yesterday);
+    EXPECT_TRUE(showsList(news::kModeAllNews, countFeed([](const FeedHeadline& h) { return h.day == 0; }),
+                          newestTitle([](const FeedHeadline& h) { return h.day == 0; })));
+
+    // Today again, stepped with the arrow key after a click behind the day in the field.
+    auto* field = widget<QDateEdit>(news::kIdDatePicker)->findChild<QLineEdit*>();
+    ASSERT_NE(field, nullptr);
+    click(field, QPoint(field->width() - 3, field->height() / 2));
+    ASSERT_EQ(QApplication::focusWidget(), widget<QDateEdit>(news::kIdDatePicker));
+    pressKey(Qt::Key_Up);
+    EXPECT_EQ(pickerDate(), kToday);
+    EXPECT_TRUE(showsList(news::kModeAllNews, todayRows, todayFirst));
+    EXPECT_TRUE(lastTip().isEmpty()) << qPrintable(lastTip());
+
+    // One more step is tomorrow: refused with a tip, the picker shows today again.
+    pressKey(Qt::Key_Up);
+    EXPECT_EQ(lastTip(), lang("不能選擇今天以後的日期"));
+    EXPECT_TRUE(tipShownOverGrid());
+    EXPECT_EQ(pickerDate(), kToday);
+    EXPECT_TRUE(showsList(news::kModeAllNews, todayRows, todayFirst));
+
+    // A month back, chosen with the keyboard in the calendar: older than the kept range.
+    calendar = openCalendar();
+    ASSERT_NE(calendar, nullptr);
+    pressKey(Qt::Key_PageUp);
+    EXPECT_EQ(calendar->selectedDate(), kToday.addMonths(-1));
+    pressKey(Qt::Key_Return);
+    ASSERT_TRUE(noPopup());
+    EXPECT_EQ(lastTip(), lang("只能選擇最近29天內的日期"));
+    EXPECT_TRUE(tipShownOverGrid());
+    EXPECT_EQ(pickerDate(), kToday);
+    EXPECT_TRUE(showsList(news::kModeAllNews, todayRows, todayFirst));
+
+    // Tomorrow clicked in the calendar: refused the same way.
+    calendar = openCalendar();
+    ASSERT_NE(calendar, nullptr);
+    clickDay(calendar, kToday.addDays(1).day());
+    ASSERT_TRUE(noPopup());
+    EXPECT_EQ(lastTip(), lang("不能選擇今天以後的日期"));
+    EXPECT_EQ(pickerDate(), kToday);
+    EXPECT_TRUE(showsList(news::kModeAllNews, todayRows, todayFirst));
+}
+
+TEST_F(NewstermWalkthroughTest, WhileTheCalendarIsOpenClicksElsewhereDoNothing) {
+    const int todayRows = countFeed(today);
+    ASSERT_TRUE(showsList(news::kModeAllNews, todayRows, newestTitle(today)));
+
+    // Browsing the open calendar loads nothing yet.
+    QCalendarWidget* calendar = openCalendar();
+    ASSERT_NE(calendar, nullptr);
+    pressKey(Qt::Key_Left);
+    EXPECT_EQ(calendar->selectedDate(), kToday.addDays(-1));
+    qttest::drainEvents();
+    EXPECT_EQ(rowCount(news::kModeAllNews), todayRows) << "a day browsed in the open calendar is not loaded";
+
+    // A click on another tab only closes the calendar; the day it shows then is the one loaded.
+    clickTab(news::kModeCategory);
+    ASSERT_TRUE(noPopup());
+    qttest::drainEvents(); // a click passed on to the window below would arrive now
+    EXPECT_EQ(view().iGetCurrFunction(), news::kModeAllNews);
+    EXPECT_EQ(shownMode(), news::kModeAllNews);
+    EXPECT_EQ(widget<QTabBar>(news::kIdTabStrip)->currentIndex(), 0);
+    EXPECT_FALSE(controlWidget(news::kIdCategoryCombo)->isVisible());
+    EXPECT_EQ(pickerDate(), kToday.addDays(-1));
+    const int yesterdayRows = countFeed([](const FeedHeadline& h) { return h.day == 0; });
+    EXPECT_TRUE(
+        showsList(news::kModeAllNews, yesterdayRows, newestTitle([](const FeedHeadline& h) { return h.day == 0; })));
+
+    // A click on the service button only closes the calendar: no menu opens.
+    clickRow(news::kModeAllNews, 2);
+    ASSERT_EQ(focusRow(news::kModeAllNews), 2);
+    ASSERT_NE(openCalendar(), nullptr);
+    click(widget<QPushButton>(news::kIdServiceButton));
+    ASSERT_TRUE(noPopup());
+    qttest::drainEvents();
+    EXPECT_EQ(QApplication::activePopupWidget(), nullptr) << "the service menu opened";
+
+    // Nor does a click on another row of the list select it.
+    ASSERT_NE(openCalendar(), nullptr);
+    clickRow(news::kModeAllNews, 4);
+    ASSERT_TRUE(noPopup());
+    qttest::drainEvents();
+    EXPECT_EQ(focusRow(news::kModeAllNews), 2);
+    EXPECT_EQ(rowCount(news::kModeAllNews), yesterdayRows);
+    EXPECT_EQ(pickerDate(), kToday.addDays(-1));
+}
+
+TEST_F(NewstermWalkthroughTest, ShowTypeButtonCyclesTheStoryLayout) {
+    auto* button = widget<QPushButton>(news::kIdShowTypeButton);
+    ASSERT_NE(button, nullptr);
+    QWidget* area = viewWidget();
+    QTableView* list = grid(news::kModeAllNews);
+    const QRect whole = list->geometry();
+    EXPECT_EQ(whole.right(), area->width() - 1) << "without a story the list takes the whole width";
+    EXPECT_EQ(whole.bottom(), area->height() - 1) << "and the whole height";
+
+    // Layout 1: the story beside the list.
+    click(button);
+    EXPECT_EQ(view().GetStoryShowType(), 1);
+    EXPECT_EQ(list->geometry().top(), whole.top());
+    EXPECT_NEAR(list->geometry().width(), area->width() / 2, 1) << "the list keeps the left half";
+    EXPECT_EQ(list->geometry().bottom(), whole.bottom());
+    EXPECT_EQ(QApplication::focusWidget(), list) << "the keyboard goes back to the list";
+
+    // Layout 2: the story below the list.
+    click(button);
+    EXPECT_EQ(view().GetStoryShowType(), 2);
+    EXPECT_EQ(list->geometry().width(), whole.width());
+    EXPECT_LT(list->geometry().bottom(), whole.bottom() - 100) << "room for the story below";
+    EXPECT_EQ(QApplication::focusWidget(), list);
+
+    // And round again to the list alone.
+    click(button);
+    EXPECT_EQ(view().GetStoryShowType(), 0);
+    EXPECT_EQ(list->geometry(), whole);
+}
+
+TEST_F(NewstermWalkthroughTest, PageButtonsDropFromTheLastOneOnANarrowWindow) {
+    // Screen order: page down, page up, save as, print.
+    const int ids[] = {news::kIdPageDownButton, news::kIdPageUpButton, news::kIdSaveAsButton, news::kIdPrintButton};
+    const auto shownButtons = [&] {
+        int shown = 0;
+        bool gap = false;
+        for (const int id : ids) {
+            const bool onScreen = !controlWidget(id)->geometry().isEmpty();
+            EXPECT_FALSE(onScreen && gap) << "button " << id << " stayed after one before it disappeared";
+            gap = gap || !onScreen;
+            shown += onScreen ? 1 : 0;
+        }
+        return shown;
+    };
+    ASSERT_EQ(shownButtons(), 4);
+    for (int i = 1; i < 4; ++i) {
+        const QRect left = controlWidget(ids[i - 1])->geometry();
+        const QRect right = controlWidget(ids[i])->geometry();
+        EXPECT_LT(left.right(), right.left()) << "button " << i;
+    }
+    EXPECT_LE(controlWidget(ids[3])->geometry().right(), viewWidget()->width());
+
+    // Narrower and narrower: the buttons go one by one, the last first.
+    std::vector<int> seen{4};
+    QWidget* central = window().centralWidget();
+    for (int width = window().width() - 20; width >= 200 && seen.back() > 0; width -= 20) {
+        window().resize(width, window().height());
+        ASSERT_TRUE(waitUntil(
+            [&] { return central->width() == window().width() && viewWidget()->width() == central->width(); }));
+        const int shown = shownButtons();
+        ASSERT_LE(shown, seen.back()) << "a button came back on a narrower window";
+        if (shown != seen.back()) {
+            seen.push_back(shown);
+        }
+    }
+    EXPECT_EQ(seen, (std::vector<int>{4, 3, 2, 1, 0}));
+
+    // Wide again: all four are back.
+    window().resize(1200, window().height());
+    ASSERT_TRUE(waitUntil([&] { return viewWidget()->width() == window().width(); }));
+    EXPECT_EQ(shownButtons(), 4);
+}
+
+TEST_F(NewstermWalkthroughTest, GridTakesArrowAndPageKeysAfterAClick) {
+    const int rows = countFeed(today);
+    ASSERT_TRUE(showsList(news::kModeAllNews, rows, newestTitle(today)));
+    QTableView* list = grid(news::kModeAllNews);
+    const int page = sheet(news::kModeAllNews)->iGetRowsPerPage();
+    ASSERT_LT(page + 6, rows) << "the test needs a list longer than a page";
+
+    // The date field has the keyboard first; a click on a row takes it to the list.
+    auto* field = widget<QDateEdit>(news::kIdDatePicker)->findChild<QLineEdit*>();
+    ASSERT_NE(field, nullptr);
+    click(field);
+    ASSERT_NE(QApplication::focusWidget(), list);
+    clickRow(news::kModeAllNews, 2);
+    EXPECT_EQ(QApplication::focusWidget(), list);
+    EXPECT_EQ(focusRow(news::kModeAllNews), 2);
+
+    pressKey(Qt::Key_Down);
+    EXPECT_EQ(focusRow(news::kModeAllNews), 3);
+    pressKey(Qt::Key_PageDown);
+    EXPECT_EQ(focusRow(news::kModeAllNews), 3 + page);
+    EXPECT_TRUE(focusRowVisible(news::kModeAllNews)) << "the list scrolled to the focused row";
+    EXPECT_GT(sheet(news::kModeAllNews)->iGetFirstVisibleRow(), 0);
+    pressKey(Qt::Key_End);
+    EXPECT_EQ(focusRow(news::kModeAllNews), rows - 1);
+    EXPECT_TRUE(focusRowVisible(news::kModeAllNews));
+    EXPECT_TRUE(waitUntil([&] { return !title(news::kModeAllNews, rows - 1).isEmpty(); }))
+        << "rows scrolled into view are written";
+    pressKey(Qt::Key_PageUp);
+    EXPECT_EQ(focusRow(news::kModeAllNews), rows - 1 - page);
+    pressKey(Qt::Key_Home);
+    EXPECT_EQ(focusRow(news::kModeAllNews), 0);
+    EXPECT_EQ(sheet(news::kModeAllNews)->iGetFirstVisibleRow(), 0);
+    pressKey(Qt::Key_Up);
+    EXPECT_EQ(focusRow(news::kModeAllNews), 0) << "the first row is the top";
+}
+
+} // namespace

@@ -1,0 +1,250 @@
+#include "tests/qt/newsterm_window_fixture.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QFile>
+#include <QGuiApplication>
+#include <QTableView>
+#include <QTest>
+#include <QWindow>
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <utility>
+
+#include "adapters/qt/qt_ui_host.h"
+#include "apps/newsterm/backend_session.h"
+#include "apps/newsterm/main_window.h"
+#include "apps/newsterm/term_options.h"
+#include "apps/newsterm/term_settings.h"
+#include "embedded_backend/embedded_backend.h"
+#include "headline_list/headline_columns.h"
+#include "host/framework/host_context.h"
+#include "news_view/news_ctrl_view.h"
+#include "news_view/news_ids.h"
+#include "news_view/news_module.h"
+#include "tests/qt/qt_test_support.h"
+
+namespace qttest {
+
+const QDate NewstermWindowTest::kToday(2024, 5, 15);
+
+namespace {
+
+constexpr int kSecondsPerDay = 24 * 60 * 60;
+
+// Local time (the tests run with TZ=Asia/Taipei, as the view and the back end read it).
+std::int64_t localSeconds(QDate day, int hour) {
+    return QDateTime(day, QTime(hour, 0)).toSecsSinceEpoch();
+}
+
+std::vector<FeedHeadline> makeFeed() {
+    std::vector<FeedHeadline> feed;
+    const auto add = [&feed](int day, int service, int seq, int minute, const char* tag, const char* symbol) {
+        feed.push_back(FeedHeadline{day, service, seq, minute,
+                                    QStringLiteral("%1-%2 (%3)")
+                                        .arg(QLatin1String(tag))
+                                        .arg(seq, 2, 10, QLatin1Char('0'))
+                                        .arg(QLatin1String(symbol)),
+                                    QString::fromLatin1(symbol)});
+    };
+    // Yesterday: a few headlines of the exchange and of the emerging market.
+    for (int seq = 1; seq <= 3; ++seq) {
+        add(0, 16, seq, 10 * seq, "Y16", "2330");
+    }
+    for (int seq = 1; seq <= 2; ++seq) {
+        add(0, 122, seq, 10 * seq + 5, "Y122", "7721");
+    }
+    // Today: more exchange news than a page holds, then emerging and Hong Kong news; the Hong
+    // Kong headlines are the newest.
+    for (int seq = 1; seq <= 60; ++seq) {
+        add(1, 16, seq, seq, "T16", seq % 2 == 1 ? "2330" : "2317");
+    }
+    for (int seq = 1; seq <= 5; ++seq) {
+        add(1, 122, seq, 61 + seq, "E122", seq <= 3 ? "7721" : "6872");
+    }
+    for (int seq = 1; seq <= 4; ++seq) {
+        add(1, 22, seq, 120 + seq, "HK22", "00700");
+    }
+    return feed;
+}
+
+// The feed as a recorded JSON Lines file: yesterday's news, the new day of every service,
+// then today's news. Offsets count from 09:00 yesterday.
+QByteArray feedFile(std::vector<FeedHeadline> feed) {
+    std::stable_sort(feed.begin(), feed.end(), [](const FeedHeadline& a, const FeedHeadline& b) {
+        return std::pair(a.day, a.minute) < std::pair(b.day, b.minute);
+    });
+    QByteArray out;
+    bool newDay = false;
+    for (const FeedHeadline& h : feed) {
+        if (h.day == 1 && !newDay) {
+            newDay = true;
+            for (const int service : {16, 122, 22}) {
+                out += QStringLiteral("{\"at\":%1,\"event\":\"newday\",\"service\":%2,\"date\":\"%3\"}\n")
+                           .arg(kSecondsPerDay - 60)
+                           .arg(service)
+                           .arg(NewstermWindowTest::kToday.toString(QStringLiteral("yyyyMMdd")))
+                           .toUtf8();
+            }
+        }
+        out += QStringLiteral("{\"at\":%1,\"event\":\"headline\",\"service\":%2,\"seq\":%3,\"title\":\"%4\","
+                              "\"symbols\":[\"%5\"]}\n")
+                   .arg(h.day * kSecondsPerDay + h.minute * 60)
+                   .arg(h.service)
+                   .arg(h.seq)
+                   .arg(h.title, h.symbol)
+                   .toUtf8();
+    }
+    return out;
+}
+
+} // namespace
+
+const std::vector<FeedHeadline>& NewstermWindowTest::feed() {
+    static const std::vector<FeedHeadline> headlines = makeFeed();
+    return headlines;
+}
+
+NewstermWindowTest::NewstermWindowTest() = default;
+NewstermWindowTest::~NewstermWindowTest() = default;
+
+void NewstermWindowTest::SetUp() {
+    ASSERT_TRUE(m_dir.isValid());
+    const QString feedPath = m_dir.filePath(QStringLiteral("feed.jsonl"));
+    {
+        QFile file(feedPath);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(feedFile(feed()));
+    }
+    // The recording plays yesterday; the terminal then opens at noon today.
+    m_clock.set(localSeconds(kToday.addDays(-1), 9));
+    m_dispatcher = std::make_unique<qthost::QtUiDispatcher>();
+    m_ui = std::make_unique<qthost::QtUiHost>();
+    host::HostContext::current() = host::HostContext{m_ui.get(), &m_clock, m_dispatcher.get()};
+
+    newsterm::TermOptions options;
+    options.feedFile = feedPath;
+    options.speed = 0;
+    options.dataDir = m_dir.filePath(QStringLiteral("data"));
+    options.language = QStringLiteral("zh-TW");
+    options.resourcesDir = QStringLiteral(NEWS_RESOURCES_DIR);
+    m_session = std::make_unique<newsterm::BackendSession>(options, *m_dispatcher, m_clock);
+    const QStringList problems = m_session->start();
+    ASSERT_TRUE(problems.isEmpty()) << qPrintable(problems.join(QLatin1Char('\n')));
+    embedded::EmbeddedBackend& backend = m_session->backend();
+    ASSERT_TRUE(backend.waitReplayFinished(std::chrono::seconds(10)));
+    ASSERT_TRUE(backend.replayReport().errors.empty()) << backend.replayReport().errors.front().message;
+    ASSERT_TRUE(waitUntil([&] { return backend.cachedHeadlines() == feed().size(); }, 10000));
+    m_clock.set(localSeconds(kToday, 12));
+
+    RegisterNewsModule();
+    m_settings = std::make_unique<newsterm::TermSettings>(m_dir.filePath(QStringLiteral("layout.cfg")));
+    m_window = std::make_unique<newsterm::MainWindow>(*m_ui, *m_session, *m_settings, QStringLiteral("zh-TW"));
+    showActive(m_window.get());
+    ASSERT_NE(viewWidget(), nullptr) << "the news view is not in the window";
+}
+
+void NewstermWindowTest::TearDown() {
+    m_window.reset();
+    drainEvents();
+    // Answers still queued for the UI thread die with the dispatcher, before the back end.
+    m_session.reset();
+    m_dispatcher.reset();
+    host::HostContext::current() = host::HostContext{};
+    m_ui.reset();
+    m_settings.reset();
+    drainEvents();
+}
+
+TRVNewsCtrlView& NewstermWindowTest::view() const {
+    for (TRVQuoteBaseView* v : TRVQuoteBaseView::AllViews()) {
+        if (auto* news = dynamic_cast<TRVNewsCtrlView*>(v)) {
+            return *news;
+        }
+    }
+    ADD_FAILURE() << "no news view";
+    std::abort();
+}
+
+QWidget* NewstermWindowTest::viewWidget() const {
+    for (TRVQuoteBaseView* v : TRVQuoteBaseView::AllViews()) {
+        if (dynamic_cast<TRVNewsCtrlView*>(v) != nullptr && v->GetWnd() != nullptr) {
+            return qthost::QtUiHost::widgetOf(v->GetWnd());
+        }
+    }
+    return nullptr;
+}
+
+host::ui::Window* NewstermWindowTest::control(int id) const {
+    return view().GetWnd()->child(id);
+}
+
+QWidget* NewstermWindowTest::controlWidget(int id) const {
+    host::ui::Window* window = control(id);
+    return window == nullptr ? nullptr : qthost::QtUiHost::widgetOf(window);
+}
+
+QTableView* NewstermWindowTest::grid(int mode) const {
+    return widget<QTableView>(news::kIdFirstGrid + mode);
+}
+
+host::ui::CSuperSheetWnd* NewstermWindowTest::sheet(int mode) const {
+    return dynamic_cast<host::ui::CSuperSheetWnd*>(control(news::kIdFirstGrid + mode));
+}
+
+int NewstermWindowTest::rowCount(int mode) const {
+    const QTableView* table = grid(mode);
+    return table == nullptr ? -1 : table->model()->rowCount();
+}
+
+QString NewstermWindowTest::cell(int mode, int row, int column) const {
+    const QTableView* table = grid(mode);
+    return table == nullptr ? QString() : table->model()->index(row, column).data().toString();
+}
+
+QString NewstermWindowTest::title(int mode, int row) const {
+    return cell(mode, row, news::kColTitleThree);
+}
+
+int NewstermWindowTest::shownMode() const {
+    int shown = -1;
+    for (int mode = 0; mode < news::kModeCount; ++mode) {
+        if (const QTableView* table = grid(mode); table != nullptr && table->isVisible()) {
+            EXPECT_EQ(shown, -1) << "two grids are visible: " << shown << " and " << mode;
+            shown = mode;
+        }
+    }
+    return shown;
+}
+
+void NewstermWindowTest::click(QWidget* widget, QPoint pos, Qt::MouseButton button) {
+    ASSERT_NE(widget, nullptr);
+    if (pos == QPoint(-1, -1)) {
+        pos = widget->rect().center();
+    }
+    QWidget* top = widget->window();
+    ASSERT_NE(top->windowHandle(), nullptr);
+    QTest::mouseClick(top->windowHandle(), button, Qt::NoModifier, widget->mapTo(top, pos));
+}
+
+void NewstermWindowTest::pressKey(Qt::Key key, Qt::KeyboardModifiers modifiers) {
+    QWindow* target = QGuiApplication::focusWindow();
+    ASSERT_NE(target, nullptr) << "no window has the keyboard";
+    QTest::keyClick(target, key, modifiers);
+}
+
+QWidget* NewstermWindowTest::openPopup() {
+    QWidget* popup = nullptr;
+    (void)waitUntil([&] {
+        popup = QApplication::activePopupWidget();
+        return popup != nullptr && popup->isVisible();
+    });
+    return popup;
+}
+
+bool NewstermWindowTest::noPopup() {
+    return waitUntil([] { return QApplication::activePopupWidget() == nullptr; });
+}
+
+} // namespace qttest

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <QDate>
+#include <QPoint>
+#include <QString>
+#include <QTemporaryDir>
+#include <QWidget>
+#include <memory>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "adapters/qt/services.h"
+#include "host/framework/clock.h"
+
+class QTableView;
+class TRVNewsCtrlView;
+namespace host::ui {
+class CSuperSheetWnd;
+class Window;
+} // namespace host::ui
+namespace qthost {
+class QtUiHost;
+}
+namespace newsterm {
+class BackendSession;
+class MainWindow;
+class TermSettings;
+} // namespace newsterm
+
+namespace qttest {
+
+// A clock the test sets by hand: the back end files news under its days and the view takes
+// "today" from it, so the dates a test picks mean the same on every run.
+class SetClock final : public host::Clock {
+public:
+    std::int64_t nowMs() const override { return m_ms; }
+    void set(std::int64_t seconds) { m_ms = seconds * 1000; }
+
+private:
+    std::int64_t m_ms = 0;
+};
+
+// One headline of the recorded feed the terminal replays.
+struct FeedHeadline {
+    int day = 0; // 0: the day before today, 1: today
+    int service = 0;
+    int seq = 0;
+    int minute = 0; // minutes after 09:00 of its day
+    QString title;
+    QString symbol;
+};
+
+// The real newsterm window (MainWindow with the news view on the Qt host and the embedded
+// back end) over a recorded feed of two news days, 2024-05-14 and 2024-05-15, with the clock
+// at noon of the second. Controls are found the way the module knows them, by id.
+class NewstermWindowTest : public ::testing::Test {
+public:
+    static const QDate kToday;
+
+protected:
+    NewstermWindowTest();
+    ~NewstermWindowTest() override;
+    NewstermWindowTest(const NewstermWindowTest&) = delete;
+    NewstermWindowTest& operator=(const NewstermWindowTest&) = delete;
+
+    void SetUp() override;
+    void TearDown() override;
+
+    // Every headline of the feed.
+    static const std::vector<FeedHeadline>& feed();
+    // How many headlines of the feed match.
+    template <class Pred> static int countFeed(Pred pred) {
+        int n = 0;
+        for (const FeedHeadline& h : feed()) {
+            n += pred(h) ? 1 : 0;
+        }
+        return n;
+    }
+
+    QWidget* viewWidget() const;
+    TRVNewsCtrlView& view() const;
+    host::ui::Window* control(int id) const;
+    QWidget* controlWidget(int id) const;
+    template <class W> W* widget(int id) const { return qobject_cast<W*>(controlWidget(id)); }
+    QTableView* grid(int mode) const;
+    host::ui::CSuperSheetWnd* sheet(int mode) const;
+    // Rows of a mode's grid, and the text of a cell as painted (empty until it is written).
+    int rowCount(int mode) const;
+    QString cell(int mode, int row, int column) const;
+    QString title(int mode, int row) const;
+    // The visible grid of the current mode, or -1.
+    int shownMode() const;
+
+    // Input as the window system delivers it: through the top-level window under the point,
+    // so pop-ups, grabs and focus behave as they do for a person.
+    static void click(QWidget* widget, QPoint pos = QPoint(-1, -1), Qt::MouseButton button = Qt::LeftButton);
+    static void pressKey(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+    // The open pop-up (a menu, a combo's list, the calendar), waiting for it to show.
+    static QWidget* openPopup();
+    static bool noPopup();
+
+    newsterm::MainWindow& window() const { return *m_window; }
+
+private:
+    SetClock m_clock;
+    QTemporaryDir m_dir;
+    std::unique_ptr<qthost::QtUiDispatcher> m_dispatcher;
+    std::unique_ptr<qthost::QtUiHost> m_ui;
+    std::unique_ptr<newsterm::BackendSession> m_session;
+    std::unique_ptr<newsterm::TermSettings> m_settings;
+    std::unique_ptr<newsterm::MainWindow> m_window;
+};
+
+} // namespace qttest
