@@ -73,19 +73,10 @@ void TRVNewsCtrlView::showGridTip(CSuperSheetWnd* grid, const CString& text) {
     if (grid == nullptr) {
         return;
     }
-    if (m_pTipWindow == nullptr && GetWnd() != nullptr) {
-        m_pTipWindow = GetWnd()->createTipWindow();
-    }
-    if (m_pTipWindow == nullptr) {
-        return;
-    }
     // Over the middle of the grid, for a second: long enough to read a short warning, short
     // enough not to hide rows the user is about to look at.
-    constexpr int kTipStyle = 3;
     constexpr int kGridTipMs = 1000;
-    const host::ui::Rect area = grid->clientToScreen(grid->clientRect());
-    const host::ui::Point centre{area.left + area.Width() / 2, area.top + area.Height() / 2};
-    m_pTipWindow->showTip(CString{}, text, centre, kTipStyle, 0, kGridTipMs);
+    showTipOver(grid->clientToScreen(grid->clientRect()), text, kGridTipMs);
 }
 
 void TRVNewsCtrlView::appendSelectedTables(std::vector<CHeadlineTable>& out, int kind, const CString& key) const {

@@ -404,6 +404,8 @@ private:
     CString m_strLastTip; // the text of the last tip shown over a grid
     // Records the tip and shows it in the tip window (when there is one) over the grid.
     void showGridTip(host::ui::CSuperSheetWnd* grid, const CString& text);
+    // Shows text in the tip window centred on a screen rectangle; false without a tip window.
+    bool showTipOver(const host::ui::Rect& screenArea, const CString& text, int durationMs);
     // The date in force: the last date taken, else the current news day the picker opens on.
     host::ui::Date pickedDate() const;
     // Local midnight of the current news day; the creation day until the back end announces one.
@@ -423,10 +425,10 @@ private:
     void passHeadlineToStory(const CHeadline& headline);
 
     // ---- Search ----
-    CSearch m_searchCondition;        // ordinary search (quick search and deals search)
-    CSearch m_searchEdited;           // the condition the deals dialog starts from
-    CSearch m_secondSearchCondition;  // answered as kind 4
-    CSearch m_warningCondition;       // warning-term search
+    CSearch m_searchCondition;       // ordinary search (quick search and deals search)
+    CSearch m_searchEdited;          // the condition the deals dialog starts from
+    CSearch m_secondSearchCondition; // answered as kind 4
+    CSearch m_warningCondition;      // warning-term search
     bool m_bWarningSearch = false;
     bool m_bWarningResults = false;
     std::vector<CString> m_vSearchHistory;

@@ -85,17 +85,23 @@ LRESULT TRVNewsCtrlView::OnMouseWheelMessage(const Message& message) {
 }
 
 void TRVNewsCtrlView::vShowTip(const host::ui::Rect& rect, const CString& text) {
+    constexpr int kTipDurationMs = 2000;
+    if (showTipOver(rect, text, kTipDurationMs)) {
+        m_bTipShown = true;
+    }
+}
+
+bool TRVNewsCtrlView::showTipOver(const host::ui::Rect& screenArea, const CString& text, int durationMs) {
     if (m_pTipWindow == nullptr && GetWnd() != nullptr) {
         m_pTipWindow = GetWnd()->createTipWindow();
     }
     if (m_pTipWindow == nullptr) {
-        return;
+        return false;
     }
     constexpr int kTipStyle = 3;
-    constexpr int kTipDurationMs = 2000;
-    const host::ui::Point centre{rect.left + (rect.right - rect.left) / 2, rect.top + (rect.bottom - rect.top) / 2};
-    m_pTipWindow->showTip(CString{}, text, centre, kTipStyle, 0, kTipDurationMs);
-    m_bTipShown = true;
+    const host::ui::Point centre{screenArea.left + screenArea.Width() / 2, screenArea.top + screenArea.Height() / 2};
+    m_pTipWindow->showTip(CString{}, text, centre, kTipStyle, 0, durationMs);
+    return true;
 }
 
 void TRVNewsCtrlView::vOnEnterDown() {
