@@ -163,13 +163,23 @@ void LocalDayCache::forgetIfZoneChanged() {
     const long zoneOffset = ::timezone;
     const int zoneDaylight = ::daylight;
 #endif
-    if (zoneOffset == m_zoneOffset && zoneDaylight == m_zoneDaylight && m_zoneNames[0] == names[0] &&
-        m_zoneNames[1] == names[1]) {
-        return;
+    if (zoneOffset == m_zoneOffset && zoneDaylight == m_zoneDaylight) {
+        // The GNU C library keeps every zone name it has handed out, so the same pointers mean the same
+        // names; only new pointers need a comparison of the text.
+        if (names[0] == m_zoneNamePointers[0] && names[1] == m_zoneNamePointers[1]) {
+            return;
+        }
+        if (m_zoneNames[0] == names[0] && m_zoneNames[1] == names[1]) {
+            m_zoneNamePointers[0] = names[0];
+            m_zoneNamePointers[1] = names[1];
+            return;
+        }
     }
     m_zoneOffset = zoneOffset;
     m_zoneDaylight = zoneDaylight;
     m_zoneNames[0] = names[0];
     m_zoneNames[1] = names[1];
+    m_zoneNamePointers[0] = names[0];
+    m_zoneNamePointers[1] = names[1];
     clear();
 }

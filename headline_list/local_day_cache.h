@@ -69,6 +69,7 @@ private:
     long m_zoneOffset = 0;
     int m_zoneDaylight = 0;
     std::string m_zoneNames[2];
+    const char* m_zoneNamePointers[2] = {nullptr, nullptr};
 };
 
 // Local date key of time computed directly with localtime (no cache); kNoDay when it fails.

@@ -271,8 +271,11 @@ int ScriptedBackend::BKQNEWS_iGetHeadlineTable(std::vector<CHeadlineTable>& out,
     if (entries != nullptr) {
         out.insert(out.end(), entries->begin(), entries->end());
     }
-    log("BKQNEWS_iGetHeadlineTable(" + std::to_string(service) + ", symbol " + std::to_string(symbol.m_byMarket) + ":" +
-        symbol.m_strCode + ") -> " + std::to_string(count));
+    log([&] {
+        return std::string("BKQNEWS_iGetHeadlineTable(" + std::to_string(service) + ", symbol " +
+                           std::to_string(symbol.m_byMarket) + ":" + symbol.m_strCode + ") -> " +
+                           std::to_string(count));
+    });
     return count;
 }
 
@@ -283,8 +286,10 @@ int ScriptedBackend::BKQNEWS_iGetHeadlineTable(unsigned char service, std::vecto
     if (entries != nullptr) {
         out.insert(out.end(), entries->begin(), entries->end());
     }
-    log("BKQNEWS_iGetHeadlineTable(" + std::to_string(service) + ", kind " + std::to_string(kind) + ", " + quoted(key) +
-        ") -> " + std::to_string(count));
+    log([&] {
+        return std::string("BKQNEWS_iGetHeadlineTable(" + std::to_string(service) + ", kind " + std::to_string(kind) +
+                           ", " + quoted(key) + ") -> " + std::to_string(count));
+    });
     return count;
 }
 
@@ -300,8 +305,10 @@ int ScriptedBackend::BKQNEWS_iGetHeadline(unsigned char service, std::vector<CHe
             ++added;
         }
     }
-    log("BKQNEWS_iGetHeadline(" + std::to_string(service) + ", " + describeEntries(entries) + ") -> " +
-        std::to_string(added));
+    log([&] {
+        return std::string("BKQNEWS_iGetHeadline(" + std::to_string(service) + ", " + describeEntries(entries) +
+                           ") -> " + std::to_string(added));
+    });
     return added;
 }
 
@@ -311,7 +318,7 @@ bool ScriptedBackend::BKQNEWS_bGetStory(CStory& story, const CHeadlineTable& ent
     if (found) {
         story = it->second;
     }
-    log("BKQNEWS_bGetStory(" + describeEntry(entry) + ") -> " + yes(found));
+    log([&] { return std::string("BKQNEWS_bGetStory(" + describeEntry(entry) + ") -> " + yes(found)); });
     return found;
 }
 
@@ -321,8 +328,10 @@ bool ScriptedBackend::BKNEWS_GetSymbolListBySeqNo(CNewsSymLst& symbols, const CH
     if (found) {
         symbols = it->second;
     }
-    log("BKNEWS_GetSymbolListBySeqNo(" + describeEntry(entry) + ") -> " +
-        (found ? std::to_string(it->second.m_vSymbols.size()) + " symbols" : std::string("false")));
+    log([&] {
+        return std::string("BKNEWS_GetSymbolListBySeqNo(" + describeEntry(entry) + ") -> " +
+                           (found ? std::to_string(it->second.m_vSymbols.size()) + " symbols" : std::string("false")));
+    });
     return found;
 }
 
@@ -330,7 +339,7 @@ bool ScriptedBackend::BKQNEWS_bGetAllNewsService(std::vector<unsigned char>& ser
     for (const Service& s : m_services) {
         services.push_back(s.id);
     }
-    log("BKQNEWS_bGetAllNewsService() -> " + std::to_string(m_services.size()));
+    log([&] { return std::string("BKQNEWS_bGetAllNewsService() -> " + std::to_string(m_services.size())); });
     return !m_services.empty();
 }
 
@@ -339,7 +348,10 @@ bool ScriptedBackend::BKQNEWS_bGetFullNameByService(CString& name, unsigned char
     if (s != nullptr) {
         name = s->fullName;
     }
-    log("BKQNEWS_bGetFullNameByService(" + std::to_string(service) + ") -> " + (s ? quoted(s->fullName) : "false"));
+    log([&] {
+        return std::string("BKQNEWS_bGetFullNameByService(" + std::to_string(service) + ") -> " +
+                           (s ? quoted(s->fullName) : "false"));
+    });
     return s != nullptr;
 }
 
@@ -348,19 +360,24 @@ bool ScriptedBackend::BKQNEWS_bGetShortNameByService(CString& name, unsigned cha
     if (s != nullptr) {
         name = s->shortName;
     }
-    log("BKQNEWS_bGetShortNameByService(" + std::to_string(service) + ") -> " + (s ? quoted(s->shortName) : "false"));
+    log([&] {
+        return std::string("BKQNEWS_bGetShortNameByService(" + std::to_string(service) + ") -> " +
+                           (s ? quoted(s->shortName) : "false"));
+    });
     return s != nullptr;
 }
 
 CString ScriptedBackend::BKQNEWS_cszGetCurrDateByService(unsigned char service) {
     const Service* s = findService(service);
     const CString date = s != nullptr ? s->currentDate : CString{};
-    log("BKQNEWS_cszGetCurrDateByService(" + std::to_string(service) + ") -> " + quoted(date));
+    log([&] {
+        return std::string("BKQNEWS_cszGetCurrDateByService(" + std::to_string(service) + ") -> " + quoted(date));
+    });
     return date;
 }
 
 unsigned char ScriptedBackend::BKQbyGetNewsDateRange() {
-    log("BKQbyGetNewsDateRange() -> " + std::to_string(m_dateRange));
+    log([&] { return std::string("BKQbyGetNewsDateRange() -> " + std::to_string(m_dateRange)); });
     return m_dateRange;
 }
 
@@ -374,13 +391,15 @@ bool ScriptedBackend::bNewsAPI_GetNewsCatId(unsigned char service, std::vector<C
             names.push_back(name);
         }
     }
-    log("bNewsAPI_GetNewsCatId(" + std::to_string(service) + ") -> " +
-        (found ? std::to_string(it->second.size()) : std::string("false")));
+    log([&] {
+        return std::string("bNewsAPI_GetNewsCatId(" + std::to_string(service) + ") -> " +
+                           (found ? std::to_string(it->second.size()) : std::string("false")));
+    });
     return found;
 }
 
 int ScriptedBackend::bIsConnect() {
-    log(std::string("bIsConnect() -> ") + (m_connected ? "1" : "0"));
+    log([&] { return std::string(std::string("bIsConnect() -> ") + (m_connected ? "1" : "0")); });
     return m_connected ? 1 : 0;
 }
 
@@ -394,7 +413,7 @@ bool ScriptedBackend::bGetAllServiceID(std::vector<unsigned char>& services) {
         services.push_back(id);
         ++count;
     }
-    log("bGetAllServiceID() -> " + std::to_string(count));
+    log([&] { return std::string("bGetAllServiceID() -> " + std::to_string(count)); });
     return count > 0;
 }
 
@@ -404,7 +423,9 @@ int ScriptedBackend::BKQCheckAuthSupport(unsigned char service) {
         findService(service) != nullptr ||
         std::any_of(m_quoteServices.begin(), m_quoteServices.end(), [&](const auto& q) { return q.first == service; });
     const bool authorized = it != m_authorized.end() ? it->second : declared;
-    log("BKQCheckAuthSupport(" + std::to_string(service) + ") -> " + (authorized ? "1" : "0"));
+    log([&] {
+        return std::string("BKQCheckAuthSupport(" + std::to_string(service) + ") -> " + (authorized ? "1" : "0"));
+    });
     return authorized ? 1 : 0;
 }
 
@@ -414,8 +435,10 @@ bool ScriptedBackend::bGetServiceID2Delay(unsigned char service, unsigned char& 
     if (found) {
         delayed = it->second;
     }
-    log("bGetServiceID2Delay(" + std::to_string(service) + ") -> " +
-        (found ? std::to_string(it->second) : std::string("false")));
+    log([&] {
+        return std::string("bGetServiceID2Delay(" + std::to_string(service) + ") -> " +
+                           (found ? std::to_string(it->second) : std::string("false")));
+    });
     return found;
 }
 
@@ -428,14 +451,19 @@ bool ScriptedBackend::bGetSymbolID(unsigned char service, std::vector<CString>& 
             names.push_back(s.name);
         }
     }
-    log("bGetSymbolID(" + std::to_string(service) + ") -> " +
-        (found ? std::to_string(it->second.size()) : std::string("false")));
+    log([&] {
+        return std::string("bGetSymbolID(" + std::to_string(service) + ") -> " +
+                           (found ? std::to_string(it->second.size()) : std::string("false")));
+    });
     return found;
 }
 
 int ScriptedBackend::bIsSymbolIDExist(unsigned char service, const CString& code) {
     const bool exists = findSymbol(service, code) != nullptr;
-    log("bIsSymbolIDExist(" + std::to_string(service) + ", " + quoted(code) + ") -> " + (exists ? "1" : "0"));
+    log([&] {
+        return std::string("bIsSymbolIDExist(" + std::to_string(service) + ", " + quoted(code) + ") -> " +
+                           (exists ? "1" : "0"));
+    });
     return exists ? 1 : 0;
 }
 
@@ -443,8 +471,10 @@ int ScriptedBackend::bIsFromTheSameAuthServiceID(unsigned char service, unsigned
     const bool same = service == other || std::any_of(m_sameAuth.begin(), m_sameAuth.end(), [&](const auto& p) {
                           return (p.first == service && p.second == other) || (p.first == other && p.second == service);
                       });
-    log("bIsFromTheSameAuthServiceID(" + std::to_string(service) + ", " + std::to_string(other) + ") -> " +
-        (same ? "1" : "0"));
+    log([&] {
+        return std::string("bIsFromTheSameAuthServiceID(" + std::to_string(service) + ", " + std::to_string(other) +
+                           ") -> " + (same ? "1" : "0"));
+    });
     return same ? 1 : 0;
 }
 
@@ -453,8 +483,10 @@ bool ScriptedBackend::bGetCategorybySymbolID(int& category, unsigned char servic
     if (s != nullptr) {
         category = s->category;
     }
-    log("bGetCategorybySymbolID(" + std::to_string(service) + ", " + quoted(code) + ") -> " +
-        (s ? std::to_string(s->category) : std::string("false")));
+    log([&] {
+        return std::string("bGetCategorybySymbolID(" + std::to_string(service) + ", " + quoted(code) + ") -> " +
+                           (s ? std::to_string(s->category) : std::string("false")));
+    });
     return s != nullptr;
 }
 
@@ -464,8 +496,10 @@ bool ScriptedBackend::bGetCommodityIDBySymbolID(CString& commodity, unsigned cha
     if (found) {
         commodity = s->commodity;
     }
-    log("bGetCommodityIDBySymbolID(" + std::to_string(service) + ", " + quoted(code) + ") -> " +
-        (found ? quoted(s->commodity) : std::string("false")));
+    log([&] {
+        return std::string("bGetCommodityIDBySymbolID(" + std::to_string(service) + ", " + quoted(code) + ") -> " +
+                           (found ? quoted(s->commodity) : std::string("false")));
+    });
     return found;
 }
 
@@ -482,26 +516,28 @@ bool ScriptedBackend::bGetItemDataByItemNo(CString& value, unsigned char service
             found = true;
         }
     }
-    log("bGetItemDataByItemNo(" + std::to_string(service) + ", " + quoted(code) + ", " + std::to_string(item) +
-        ") -> " + (found ? quoted(value) : std::string("false")));
+    log([&] {
+        return std::string("bGetItemDataByItemNo(" + std::to_string(service) + ", " + quoted(code) + ", " +
+                           std::to_string(item) + ") -> " + (found ? quoted(value) : std::string("false")));
+    });
     return found;
 }
 
 bool ScriptedBackend::bSymbolNameIsShowRealMonth() {
-    log("bSymbolNameIsShowRealMonth() -> " + yes(m_showRealMonth));
+    log([&] { return std::string("bSymbolNameIsShowRealMonth() -> " + yes(m_showRealMonth)); });
     return m_showRealMonth;
 }
 
 CString ScriptedBackend::LangGetLangString(const CString& key) {
     const CString text = m_language.text(key);
-    log("LangGetLangString(" + quoted(key) + ") -> " + quoted(text));
+    log([&] { return std::string("LangGetLangString(" + quoted(key) + ") -> " + quoted(text)); });
     return text;
 }
 
 bool ScriptedBackend::LangIsConvertToSimplified(const unsigned char& service) {
     const auto it = m_simplified.find(service);
     const bool convert = it != m_simplified.end() && it->second;
-    log("LangIsConvertToSimplified(" + std::to_string(service) + ") -> " + yes(convert));
+    log([&] { return std::string("LangIsConvertToSimplified(" + std::to_string(service) + ") -> " + yes(convert)); });
     return convert;
 }
 
@@ -527,17 +563,17 @@ bool ScriptedBackend::LangConvertToSimplifiedChinese(const CString& in, CString&
         }
     }
     out = result;
-    log("LangConvertToSimplifiedChinese(" + quoted(in) + ") -> " + quoted(out));
+    log([&] { return std::string("LangConvertToSimplifiedChinese(" + quoted(in) + ") -> " + quoted(out)); });
     return true;
 }
 
 CString ScriptedBackend::PathGetSysPath() {
-    log("PathGetSysPath() -> " + quoted(m_sysPath));
+    log([&] { return std::string("PathGetSysPath() -> " + quoted(m_sysPath)); });
     return m_sysPath;
 }
 
 int ScriptedBackend::AppInfoGetProductID() {
-    log("AppInfoGetProductID() -> " + std::to_string(m_productId));
+    log([&] { return std::string("AppInfoGetProductID() -> " + std::to_string(m_productId)); });
     return m_productId;
 }
 

@@ -124,6 +124,11 @@ public:
     // Calls of one operation (the text before '(') since a mark.
     std::size_t countCalls(std::string_view operation, std::size_t since = 0) const;
     void clearCalls() { m_calls.clear(); }
+    // The log is on from the start; a benchmark turns it off so that it measures the view, not
+    // the bookkeeping of this test back end.
+    void setCallLogging(bool on) { m_logging = on; }
+    // Every call since the start, logged or not.
+    std::size_t callCount() const { return m_callCount; }
 
     // --- Requests waiting for an answer ---
     struct Request {
@@ -222,7 +227,13 @@ private:
         std::map<int, CString> items;
     };
 
-    void log(std::string line) { m_calls.push_back(std::move(line)); }
+    // Records a call when the log is on; the line is only built then.
+    template <class MakeLine> void log(MakeLine&& makeLine) {
+        ++m_callCount;
+        if (m_logging) {
+            m_calls.push_back(makeLine());
+        }
+    }
     void appendUnique(unsigned char service, int kind, const CString& key, const CHeadlineTable& entry);
     Service* findService(unsigned char service);
     const Symbol* findSymbol(unsigned char service, const CString& code) const;
@@ -256,6 +267,8 @@ private:
     CString m_sysPath;
     int m_productId = 0;
     std::vector<std::string> m_calls;
+    bool m_logging = true;
+    std::size_t m_callCount = 0;
     std::vector<Request> m_pending;
 };
 

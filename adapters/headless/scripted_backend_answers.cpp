@@ -18,7 +18,7 @@ std::string quoted(const CString& text) {
 
 bool ScriptedBackend::request(Request pending) {
     // A disconnected back end cannot send a request: it says so and remembers nothing.
-    log(pending.description + " -> " + (m_connected ? "true" : "false"));
+    log([&] { return std::string(pending.description + " -> " + (m_connected ? "true" : "false")); });
     if (m_connected) {
         m_pending.push_back(std::move(pending));
     }
@@ -239,8 +239,10 @@ bool ScriptedSymbolSearch::GetSymbolsByService(unsigned char service, std::vecto
             names.push_back(s.name);
         }
     }
-    m_backend.log("SearchObj.GetSymbolsByService(" + std::to_string(service) + ", flag " + std::to_string(flag) +
-                  ") -> " + (found ? std::to_string(it->second.size()) : std::string("false")));
+    m_backend.log([&] {
+        return "SearchObj.GetSymbolsByService(" + std::to_string(service) + ", flag " + std::to_string(flag) + ") -> " +
+               (found ? std::to_string(it->second.size()) : std::string("false"));
+    });
     return found;
 }
 
@@ -269,7 +271,7 @@ bool ScriptedSymbolSearch::FindSearchList(const CString& text, std::vector<CStri
         candidates.insert(candidates.end(), group->begin(), group->end());
     }
     const std::size_t found = candidates.size() - before;
-    m_backend.log("SearchObj.FindSearchList(" + quoted(text) + ") -> " + std::to_string(found));
+    m_backend.log([&] { return "SearchObj.FindSearchList(" + quoted(text) + ") -> " + std::to_string(found); });
     return found > 0;
 }
 

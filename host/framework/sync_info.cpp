@@ -7,7 +7,9 @@ CSyncInfo& CSyncInfo::Get() {
     return info;
 }
 
-CSyncInfo::CSyncInfo() { reset(); }
+CSyncInfo::CSyncInfo() {
+    reset();
+}
 
 CString CSyncInfo::SYS_cszGetCurrentSymbol(unsigned char group) const {
     const auto it = m_symbols.find(group);
@@ -43,6 +45,7 @@ void CSyncInfo::reset() {
     m_bLinkNews = false;
     m_symbols.clear();
     m_setting = CSettingCFG{};
+    ++m_colorVersion;
     m_colors = {
         {"COLOR_LISTCTL_NORMALTEXT", RGB(220, 220, 220)},
         {"COLOR_LISTCTL_BACKGROUND", RGB(0, 0, 0)},

@@ -38,7 +38,13 @@ public:
     COLORREF SYS_crGetOtherColor(const CString& name) const;
     // The named colour when the host set one; false (colour unchanged) otherwise.
     bool SYS_bFindOtherColor(const CString& name, COLORREF& color) const;
-    void setOtherColor(const CString& name, COLORREF color) { m_colors[name] = color; }
+    void setOtherColor(const CString& name, COLORREF color) {
+        m_colors[name] = color;
+        ++m_colorVersion;
+    }
+    // Changes whenever a named colour may have changed, so that readers can keep what they
+    // derived from the colours until then.
+    std::uint64_t colorVersion() const { return m_colorVersion; }
 
     CSettingCFG* GetSettingCFG() { return &m_setting; }
 
@@ -51,5 +57,6 @@ private:
     bool m_bLinkNews = false;
     std::map<unsigned char, std::pair<unsigned char, CString>> m_symbols;
     std::map<CString, COLORREF> m_colors;
+    std::uint64_t m_colorVersion = 0;
     CSettingCFG m_setting;
 };
