@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <vector>
 
@@ -154,7 +155,9 @@ private:
     };
     std::vector<Column> m_columns;
     RowStore m_rows;
-    std::vector<RowCells> m_cellPool; // by slot; free slots hold no cells
+    // By slot; free slots hold no cells. A deque, so that growing never moves the rows already
+    // written (a vector's doubling at a million written rows stalls one insert).
+    std::deque<RowCells> m_cellPool;
     std::vector<std::uint32_t> m_freeSlots;
     std::size_t m_storedRows = 0;
     int m_firstVisible = 0;
