@@ -6,6 +6,7 @@
 
 #include "adapters/headless/virtual_clock.h"
 #include "host/ui/controls.h"
+#include "host/ui/forwarding_window.h"
 #include "host/ui/sheet.h"
 #include "host/ui/window.h"
 
@@ -164,86 +165,14 @@ private:
 WindowCore* coreOf(const host::ui::Window* window);
 
 // Joins a host window interface (Window, Button, CSuperSheetWnd, ...) with the shared core.
-template <class Interface> class WindowBase : public Interface, public WindowCore {
+template <class Interface> class WindowBase : public host::ui::ForwardingWindow<Interface, WindowCore> {
 public:
     WindowBase(HeadlessUiHost& host, WindowKind kind, int id, const host::ui::Rect& rect,
                host::ui::WindowHandler* handler = nullptr, unsigned style = 0)
-        : WindowCore(host, kind, id, rect, handler, style) {}
+        : host::ui::ForwardingWindow<Interface, WindowCore>(host, kind, id, rect, handler, style) {}
 
     host::ui::Window& window() override { return *this; }
     const host::ui::Window& window() const override { return *this; }
-
-    using host::ui::Window::clientToScreen;
-
-    int id() const override { return WindowCore::id(); }
-    host::ui::Window* parent() const override { return WindowCore::parent(); }
-    void setParent(host::ui::Window* parent) override { WindowCore::setParent(parent); }
-    host::ui::Window* child(int id) const override { return WindowCore::child(id); }
-    void setText(const CString& text) override { WindowCore::setText(text); }
-    CString text() const override { return WindowCore::text(); }
-    void show(bool visible) override { WindowCore::show(visible); }
-    bool isVisible() const override { return WindowCore::isVisible(); }
-    void enable(bool enabled) override { WindowCore::enable(enabled); }
-    bool isEnabled() const override { return WindowCore::isEnabled(); }
-    void move(const host::ui::Rect& rect, bool repaint = true) override { WindowCore::move(rect, repaint); }
-    host::ui::Rect rect() const override { return WindowCore::rect(); }
-    host::ui::Rect clientRect() const override { return WindowCore::clientRect(); }
-    host::ui::Point clientToScreen(host::ui::Point p) const override { return WindowCore::clientToScreen(p); }
-    void setFocus() override { WindowCore::setFocus(); }
-    bool hasFocus() const override { return WindowCore::hasFocus(); }
-    void invalidate(bool erase = true) override { WindowCore::invalidate(erase); }
-    void update() override { WindowCore::update(); }
-    void setRedraw(bool redraw) override { WindowCore::setRedraw(redraw); }
-    void setFont(const host::ui::Font& font, bool redraw = true) override { WindowCore::setFont(font, redraw); }
-    host::ui::Font font() const override { return WindowCore::font(); }
-    host::ui::Size textExtent(const CString& text) const override { return WindowCore::textExtent(text); }
-    void setZOrder(host::ui::ZOrder order, bool activate = false) override { WindowCore::setZOrder(order, activate); }
-    void destroy() override { WindowCore::destroy(); }
-    void setTimer(unsigned id, unsigned milliseconds) override { WindowCore::setTimer(id, milliseconds); }
-    void killTimer(unsigned id) override { WindowCore::killTimer(id); }
-    host::ui::LRESULT sendMessage(unsigned message, host::ui::WPARAM wParam = 0, host::ui::LPARAM lParam = 0) override {
-        return WindowCore::sendMessage(message, wParam, lParam);
-    }
-    void postMessage(unsigned message, host::ui::WPARAM wParam = 0, host::ui::LPARAM lParam = 0) override {
-        WindowCore::postMessage(message, wParam, lParam);
-    }
-
-    host::ui::Button* createButton(int id, const host::ui::Rect& rect, const CString& text,
-                                   unsigned style = 0) override {
-        return WindowCore::createButton(id, rect, text, style);
-    }
-    host::ui::ComboBox* createComboBox(int id, const host::ui::Rect& rect, unsigned style) override {
-        return WindowCore::createComboBox(id, rect, style);
-    }
-    host::ui::DatePicker* createDatePicker(int id, const host::ui::Rect& rect) override {
-        return WindowCore::createDatePicker(id, rect);
-    }
-    host::ui::Edit* createEdit(int id, const host::ui::Rect& rect, unsigned style = 0) override {
-        return WindowCore::createEdit(id, rect, style);
-    }
-    host::ui::TabStrip* createTabStrip(int id, const host::ui::Rect& rect) override {
-        return WindowCore::createTabStrip(id, rect);
-    }
-    host::ui::RichEdit* createRichEdit(int id, const host::ui::Rect& rect, unsigned style) override {
-        return WindowCore::createRichEdit(id, rect, style);
-    }
-    host::ui::StaticText* createStatic(int id, const host::ui::Rect& rect, const CString& text) override {
-        return WindowCore::createStatic(id, rect, text);
-    }
-    host::ui::ListBox* createListBox(int id, const host::ui::Rect& rect, bool multiSelect,
-                                     bool checkBoxes = false) override {
-        return WindowCore::createListBox(id, rect, multiSelect, checkBoxes);
-    }
-    host::ui::ListCtrl* createListCtrl(int id, const host::ui::Rect& rect, bool checkBoxes = false) override {
-        return WindowCore::createListCtrl(id, rect, checkBoxes);
-    }
-    host::ui::CSuperSheetWnd* createSheet(int id, const host::ui::Rect& rect) override {
-        return WindowCore::createSheet(id, rect);
-    }
-    host::ui::TipWindow* createTipWindow() override { return WindowCore::createTipWindow(); }
-    host::ui::Window* createChildWindow(int id, const host::ui::Rect& rect, host::ui::WindowHandler* handler) override {
-        return WindowCore::createChildWindow(id, rect, handler);
-    }
 };
 
 // A plain window with a handler: a view's window, a child view's window or a dialog frame.
