@@ -13,14 +13,6 @@ using host::ui::NotifyInfo;
 using host::ui::Rect;
 namespace win = host::ui::win;
 
-namespace {
-// User operations run as one input: posted messages are delivered when they end, and the
-// control stays allocated even when a handler destroys it meanwhile.
-bool usable(const WindowCore& control) {
-    return !control.isDestroyed() && control.isVisible() && control.isEnabled();
-}
-} // namespace
-
 // --- Button ---
 
 HeadlessButton::HeadlessButton(HeadlessUiHost& host, int id, const Rect& rect, const CString& text, unsigned style)
@@ -29,7 +21,7 @@ HeadlessButton::HeadlessButton(HeadlessUiHost& host, int id, const Rect& rect, c
 }
 
 bool HeadlessButton::click() {
-    if (!usable(*this)) {
+    if (!usable()) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
@@ -117,7 +109,7 @@ std::optional<std::pair<COLORREF, COLORREF>> HeadlessComboBox::itemColors(int in
 }
 
 bool HeadlessComboBox::dropDown() {
-    if (!usable(*this)) {
+    if (!usable()) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
@@ -127,7 +119,7 @@ bool HeadlessComboBox::dropDown() {
 }
 
 bool HeadlessComboBox::selectItem(int index) {
-    if (!usable(*this) || !valid(index)) {
+    if (!usable() || !valid(index)) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
@@ -137,7 +129,7 @@ bool HeadlessComboBox::selectItem(int index) {
 }
 
 bool HeadlessComboBox::closeUp() {
-    if (!usable(*this)) {
+    if (!usable()) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
@@ -147,15 +139,15 @@ bool HeadlessComboBox::closeUp() {
 }
 
 bool HeadlessComboBox::chooseItem(int index) {
-    if (!usable(*this) || !valid(index)) {
+    if (!usable() || !valid(index)) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
     dropDown();
-    if (usable(*this) && valid(index)) {
+    if (usable() && valid(index)) {
         selectItem(index);
     }
-    if (usable(*this)) {
+    if (usable()) {
         closeUp();
     }
     return true;
@@ -175,7 +167,7 @@ bool HeadlessDatePicker::date(host::ui::Date& out) const {
 }
 
 bool HeadlessDatePicker::dropDown() {
-    if (!usable(*this)) {
+    if (!usable()) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
@@ -187,7 +179,7 @@ bool HeadlessDatePicker::dropDown() {
 }
 
 bool HeadlessDatePicker::pickDate(const host::ui::Date& date) {
-    if (!usable(*this)) {
+    if (!usable()) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
@@ -201,7 +193,7 @@ bool HeadlessDatePicker::pickDate(const host::ui::Date& date) {
 }
 
 bool HeadlessDatePicker::closeUp() {
-    if (!usable(*this)) {
+    if (!usable()) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
@@ -213,15 +205,15 @@ bool HeadlessDatePicker::closeUp() {
 }
 
 bool HeadlessDatePicker::chooseDate(const host::ui::Date& date) {
-    if (!usable(*this)) {
+    if (!usable()) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
     dropDown();
-    if (usable(*this)) {
+    if (usable()) {
         pickDate(date);
     }
-    if (usable(*this)) {
+    if (usable()) {
         closeUp();
     }
     return true;
@@ -252,7 +244,7 @@ void HeadlessEdit::textChanged() {
 }
 
 bool HeadlessEdit::typeText(const CString& text) {
-    if (!usable(*this) || m_readOnly) {
+    if (!usable() || m_readOnly) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
@@ -356,7 +348,7 @@ void HeadlessTabStrip::setColors(COLORREF text, COLORREF background, COLORREF se
 }
 
 bool HeadlessTabStrip::selectTab(int index) {
-    if (!usable(*this) || index < 0 || index >= itemCount()) {
+    if (!usable() || index < 0 || index >= itemCount()) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);

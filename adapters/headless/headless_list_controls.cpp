@@ -13,12 +13,6 @@ using host::ui::NotifyInfo;
 using host::ui::Rect;
 namespace win = host::ui::win;
 
-namespace {
-bool usable(const WindowCore& control) {
-    return !control.isDestroyed() && control.isVisible() && control.isEnabled();
-}
-} // namespace
-
 // --- RichEdit ---
 
 HeadlessRichEdit::HeadlessRichEdit(HeadlessUiHost& host, int id, const Rect& rect, unsigned style)
@@ -180,7 +174,7 @@ bool HeadlessListBox::isChecked(int index) const {
 }
 
 bool HeadlessListBox::clickItem(int index) {
-    if (!usable(*this) || !valid(index)) {
+    if (!usable() || !valid(index)) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
@@ -196,7 +190,7 @@ bool HeadlessListBox::clickItem(int index) {
 }
 
 bool HeadlessListBox::doubleClickItem(int index) {
-    if (!usable(*this) || !valid(index)) {
+    if (!usable() || !valid(index)) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
@@ -206,7 +200,7 @@ bool HeadlessListBox::doubleClickItem(int index) {
 }
 
 bool HeadlessListBox::checkItem(int index, bool checked) {
-    if (!usable(*this) || !valid(index) || !m_checkBoxes) {
+    if (!usable() || !valid(index) || !m_checkBoxes) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
@@ -336,7 +330,7 @@ bool HeadlessListCtrl::notifyRow(int code, int row) {
 }
 
 bool HeadlessListCtrl::clickRow(int row) {
-    if (!usable(*this) || !valid(row)) {
+    if (!usable() || !valid(row)) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
@@ -347,21 +341,21 @@ bool HeadlessListCtrl::clickRow(int row) {
 }
 
 bool HeadlessListCtrl::doubleClickRow(int row) {
-    if (!usable(*this) || !valid(row)) {
+    if (!usable() || !valid(row)) {
         return false;
     }
     return notifyRow(win::NM_DBLCLK, row);
 }
 
 bool HeadlessListCtrl::rightClickRow(int row) {
-    if (!usable(*this) || !valid(row)) {
+    if (!usable() || !valid(row)) {
         return false;
     }
     return notifyRow(win::NM_RCLICK, row);
 }
 
 bool HeadlessListCtrl::checkRow(int row, bool checked) {
-    if (!usable(*this) || !valid(row) || !m_checkBoxes) {
+    if (!usable() || !valid(row) || !m_checkBoxes) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);

@@ -57,6 +57,10 @@ public:
     std::uint64_t serial() const { return m_serial; }
     unsigned style() const { return m_style; }
     bool isDestroyed() const { return m_destroyed; }
+    // Whether a user could operate it now: alive, shown and enabled. User operations run as one
+    // input: posted messages are delivered when they end, and the control stays allocated even
+    // when a handler destroys it meanwhile.
+    bool usable() const { return !isDestroyed() && isVisible() && isEnabled(); }
     bool ownVisible() const { return m_visible; }
     bool isTopMost() const { return m_topMost; }
     std::int64_t zRank() const { return m_zRank; }
