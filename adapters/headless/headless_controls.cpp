@@ -35,63 +35,45 @@ HeadlessComboBox::HeadlessComboBox(HeadlessUiHost& host, int id, const Rect& rec
     : WindowBase(host, WindowKind::kComboBox, id, rect, nullptr, style) {}
 
 CString HeadlessComboBox::text() const {
-    return valid(m_curSel) ? m_items[static_cast<std::size_t>(m_curSel)].text : WindowCore::text();
+    const Item* item = m_items.at(m_items.curSel());
+    return item != nullptr ? item->text : WindowCore::text();
 }
 
 int HeadlessComboBox::addString(const CString& text) {
-    m_items.push_back(Item{text, 0, std::nullopt});
-    return count() - 1;
+    return m_items.add(Item{text, 0, std::nullopt});
 }
 
 int HeadlessComboBox::insertString(int index, const CString& text) {
-    if (index < 0 || index > count()) {
-        return addString(text);
-    }
-    m_items.insert(m_items.begin() + index, Item{text, 0, std::nullopt});
-    if (m_curSel >= index) {
-        ++m_curSel;
-    }
-    return index;
+    return m_items.insert(index, Item{text, 0, std::nullopt});
 }
 
 void HeadlessComboBox::deleteString(int index) {
-    if (!valid(index)) {
-        return;
-    }
-    m_items.erase(m_items.begin() + index);
-    if (m_curSel == index) {
-        m_curSel = -1;
-    } else if (m_curSel > index) {
-        --m_curSel;
-    }
+    m_items.erase(index);
 }
 
 void HeadlessComboBox::resetContent() {
     m_items.clear();
-    m_curSel = -1;
-}
-
-void HeadlessComboBox::setCurSel(int index) {
-    m_curSel = valid(index) ? index : -1;
 }
 
 CString HeadlessComboBox::itemText(int index) const {
-    return valid(index) ? m_items[static_cast<std::size_t>(index)].text : CString{};
+    const Item* item = m_items.at(index);
+    return item != nullptr ? item->text : CString{};
 }
 
 void HeadlessComboBox::setItemData(int index, std::intptr_t data) {
-    if (valid(index)) {
-        m_items[static_cast<std::size_t>(index)].data = data;
+    if (Item* item = m_items.at(index)) {
+        item->data = data;
     }
 }
 
 std::intptr_t HeadlessComboBox::itemData(int index) const {
-    return valid(index) ? m_items[static_cast<std::size_t>(index)].data : -1;
+    const Item* item = m_items.at(index);
+    return item != nullptr ? item->data : -1;
 }
 
 int HeadlessComboBox::findStringExact(int start, const CString& text) const {
     for (int i = std::max(start, 0); i < count(); ++i) {
-        if (m_items[static_cast<std::size_t>(i)].text == text) {
+        if (m_items.at(i)->text == text) {
             return i;
         }
     }
@@ -99,13 +81,14 @@ int HeadlessComboBox::findStringExact(int start, const CString& text) const {
 }
 
 void HeadlessComboBox::setItemColors(int index, COLORREF text, COLORREF background) {
-    if (valid(index)) {
-        m_items[static_cast<std::size_t>(index)].colors = std::make_pair(text, background);
+    if (Item* item = m_items.at(index)) {
+        item->colors = std::make_pair(text, background);
     }
 }
 
 std::optional<std::pair<COLORREF, COLORREF>> HeadlessComboBox::itemColors(int index) const {
-    return valid(index) ? m_items[static_cast<std::size_t>(index)].colors : std::nullopt;
+    const Item* item = m_items.at(index);
+    return item != nullptr ? item->colors : std::nullopt;
 }
 
 bool HeadlessComboBox::dropDown() {
@@ -119,11 +102,11 @@ bool HeadlessComboBox::dropDown() {
 }
 
 bool HeadlessComboBox::selectItem(int index) {
-    if (!usable() || !valid(index)) {
+    if (!usable() || !m_items.valid(index)) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
-    m_curSel = index;
+    m_items.setCurSel(index);
     commandToParent(win::CBN_SELCHANGE);
     return true;
 }
@@ -139,12 +122,12 @@ bool HeadlessComboBox::closeUp() {
 }
 
 bool HeadlessComboBox::chooseItem(int index) {
-    if (!usable() || !valid(index)) {
+    if (!usable() || !m_items.valid(index)) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
     dropDown();
-    if (usable() && valid(index)) {
+    if (usable() && m_items.valid(index)) {
         selectItem(index);
     }
     if (usable()) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "adapters/headless/headless_window.h"
+#include "adapters/headless/item_list.h"
 
 namespace headless {
 
@@ -41,9 +42,9 @@ public:
     int insertString(int index, const CString& text) override;
     void deleteString(int index) override;
     void resetContent() override;
-    int count() const override { return static_cast<int>(m_items.size()); }
-    int curSel() const override { return m_curSel; }
-    void setCurSel(int index) override;
+    int count() const override { return m_items.count(); }
+    int curSel() const override { return m_items.curSel(); }
+    void setCurSel(int index) override { m_items.setCurSel(index); }
     CString itemText(int index) const override;
     void setItemData(int index, std::intptr_t data) override;
     std::intptr_t itemData(int index) const override;
@@ -61,14 +62,12 @@ public:
     bool chooseItem(int index);
 
 private:
-    bool valid(int index) const { return index >= 0 && index < count(); }
     struct Item {
         CString text;
         std::intptr_t data = 0;
         std::optional<std::pair<COLORREF, COLORREF>> colors;
     };
-    std::vector<Item> m_items;
-    int m_curSel = -1;
+    ItemList<Item> m_items;
     bool m_droppedDown = false;
 };
 
@@ -205,12 +204,12 @@ public:
     int addString(const CString& text) override;
     void deleteString(int index) override;
     void resetContent() override;
-    int count() const override { return static_cast<int>(m_items.size()); }
+    int count() const override { return m_items.count(); }
     CString itemText(int index) const override;
     void setSel(int index, bool selected) override; // index -1: every item
     bool isSel(int index) const override;
     std::vector<int> selectedIndexes() const override;
-    int curSel() const override { return m_curSel; }
+    int curSel() const override { return m_items.curSel(); }
     void setCurSel(int index) override;
     void setCheck(int index, bool checked) override;
     bool isChecked(int index) const override;
@@ -227,7 +226,6 @@ protected:
     void focusChanged(bool gained, WindowCore* other) override;
 
 private:
-    bool valid(int index) const { return index >= 0 && index < count(); }
     struct Item {
         CString text;
         bool selected = false;
@@ -235,8 +233,7 @@ private:
     };
     bool m_multiSelect;
     bool m_checkBoxes;
-    std::vector<Item> m_items;
-    int m_curSel = -1;
+    ItemList<Item> m_items;
 };
 
 class HeadlessListCtrl final : public WindowBase<host::ui::ListCtrl> {

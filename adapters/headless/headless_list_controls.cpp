@@ -94,29 +94,20 @@ HeadlessListBox::HeadlessListBox(HeadlessUiHost& host, int id, const Rect& rect,
     : WindowBase(host, WindowKind::kListBox, id, rect), m_multiSelect(multiSelect), m_checkBoxes(checkBoxes) {}
 
 int HeadlessListBox::addString(const CString& text) {
-    m_items.push_back(Item{text, false, false});
-    return count() - 1;
+    return m_items.add(Item{text, false, false});
 }
 
 void HeadlessListBox::deleteString(int index) {
-    if (!valid(index)) {
-        return;
-    }
-    m_items.erase(m_items.begin() + index);
-    if (m_curSel == index) {
-        m_curSel = -1;
-    } else if (m_curSel > index) {
-        --m_curSel;
-    }
+    m_items.erase(index);
 }
 
 void HeadlessListBox::resetContent() {
     m_items.clear();
-    m_curSel = -1;
 }
 
 CString HeadlessListBox::itemText(int index) const {
-    return valid(index) ? m_items[static_cast<std::size_t>(index)].text : CString{};
+    const Item* item = m_items.at(index);
+    return item != nullptr ? item->text : CString{};
 }
 
 void HeadlessListBox::setSel(int index, bool selected) {
@@ -124,7 +115,7 @@ void HeadlessListBox::setSel(int index, bool selected) {
         // A single-selection list has one selected item: the current one.
         if (selected) {
             setCurSel(index);
-        } else if (index == m_curSel || index == -1) {
+        } else if (index == m_items.curSel() || index == -1) {
             setCurSel(-1);
         }
         return;
@@ -133,17 +124,18 @@ void HeadlessListBox::setSel(int index, bool selected) {
         for (Item& item : m_items) {
             item.selected = selected;
         }
-    } else if (valid(index)) {
-        m_items[static_cast<std::size_t>(index)].selected = selected;
-        m_curSel = index;
+    } else if (Item* item = m_items.at(index)) {
+        item->selected = selected;
+        m_items.setCurSel(index);
     }
 }
 
 bool HeadlessListBox::isSel(int index) const {
-    if (!valid(index)) {
+    const Item* item = m_items.at(index);
+    if (item == nullptr) {
         return false;
     }
-    return m_multiSelect ? m_items[static_cast<std::size_t>(index)].selected : index == m_curSel;
+    return m_multiSelect ? item->selected : index == m_items.curSel();
 }
 
 std::vector<int> HeadlessListBox::selectedIndexes() const {
@@ -157,55 +149,55 @@ std::vector<int> HeadlessListBox::selectedIndexes() const {
 }
 
 void HeadlessListBox::setCurSel(int index) {
-    m_curSel = valid(index) ? index : -1;
-    if (m_multiSelect && valid(index)) {
-        m_items[static_cast<std::size_t>(index)].selected = true;
+    m_items.setCurSel(index);
+    if (Item* item = m_items.at(index); item != nullptr && m_multiSelect) {
+        item->selected = true;
     }
 }
 
 void HeadlessListBox::setCheck(int index, bool checked) {
-    if (valid(index)) {
-        m_items[static_cast<std::size_t>(index)].checked = checked;
+    if (Item* item = m_items.at(index)) {
+        item->checked = checked;
     }
 }
 
 bool HeadlessListBox::isChecked(int index) const {
-    return valid(index) && m_items[static_cast<std::size_t>(index)].checked;
+    const Item* item = m_items.at(index);
+    return item != nullptr && item->checked;
 }
 
 bool HeadlessListBox::clickItem(int index) {
-    if (!usable() || !valid(index)) {
+    Item* item = m_items.at(index);
+    if (!usable() || item == nullptr) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
     if (m_multiSelect) {
-        Item& item = m_items[static_cast<std::size_t>(index)];
-        item.selected = !item.selected;
-        m_curSel = index;
-    } else {
-        m_curSel = index;
+        item->selected = !item->selected;
     }
+    m_items.setCurSel(index);
     commandToParent(win::LBN_SELCHANGE);
     return true;
 }
 
 bool HeadlessListBox::doubleClickItem(int index) {
-    if (!usable() || !valid(index)) {
+    if (!usable() || !m_items.valid(index)) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
-    m_curSel = index;
+    m_items.setCurSel(index);
     commandToParent(win::LBN_DBLCLK);
     return true;
 }
 
 bool HeadlessListBox::checkItem(int index, bool checked) {
-    if (!usable() || !valid(index) || !m_checkBoxes) {
+    Item* item = m_items.at(index);
+    if (!usable() || item == nullptr || !m_checkBoxes) {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
-    m_items[static_cast<std::size_t>(index)].checked = checked;
-    m_curSel = index;
+    item->checked = checked;
+    m_items.setCurSel(index);
     commandToParent(win::LBN_SELCHANGE);
     return true;
 }
