@@ -59,6 +59,19 @@ int Ingest::ensureDay(unsigned char service, std::int64_t time, NewsBatch& batch
     return day;
 }
 
+HeadlineRecord headlineRecordOf(const FeedEvent& event, int day) {
+    HeadlineRecord h;
+    h.service = event.service;
+    h.day = day;
+    h.seq = event.seq;
+    h.time = event.time;
+    h.category = event.category;
+    h.title = event.title;
+    h.symbols = event.symbols;
+    h.sortKey = makeSortKey(event.time, event.seq, event.service);
+    return h;
+}
+
 void Ingest::convert(const FeedEvent& e, NewsBatch& batch) {
     switch (e.kind) {
     case FeedEventKind::Headline:
@@ -75,15 +88,7 @@ void Ingest::convert(const FeedEvent& e, NewsBatch& batch) {
         if (!e.categoryName.empty() && m_namedCategories.insert({e.service, e.category}).second) {
             batch.changes.emplace_back(CategoryRecord{e.service, e.category, e.categoryName});
         }
-        HeadlineRecord h;
-        h.service = e.service;
-        h.day = day;
-        h.seq = e.seq;
-        h.time = e.time;
-        h.category = e.category;
-        h.title = e.title;
-        h.symbols = e.symbols;
-        h.sortKey = makeSortKey(e.time, e.seq, e.service);
+        HeadlineRecord h = headlineRecordOf(e, day);
         // The story first: it then waits for the headline, which the store indexes once with
         // its story instead of indexing the title alone and then both again.
         if (e.story) {

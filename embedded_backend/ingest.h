@@ -13,6 +13,9 @@
 
 namespace embedded {
 
+// The record a headline (or re-sent headline) event becomes, filed under a news day.
+HeadlineRecord headlineRecordOf(const FeedEvent& event, int day);
+
 // Turns feed events into ordered news batches and hands every batch to the UI thread (cache
 // and callbacks) and to the store worker, in the same order for both. It files each headline
 // under its service's current news day, gives it its sort key, and holds events back while the

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "embedded_backend/day_math.h"
+#include "embedded_backend/ingest.h"
 #include "embedded_backend/news_generator.h"
 #include "embedded_backend/news_store.h"
 
@@ -65,16 +66,7 @@ GeneratedNews generateNews(std::size_t count, std::uint64_t seed) {
             news.stories.push_back(StoryRecord{e.service, e.day != 0 ? e.day : day, e.seq, e.time, *e.story, false});
             continue;
         }
-        HeadlineRecord h;
-        h.service = e.service;
-        h.day = day;
-        h.seq = e.seq;
-        h.time = e.time;
-        h.category = e.category;
-        h.title = e.title;
-        h.symbols = e.symbols;
-        h.sortKey = makeSortKey(e.time, e.seq, e.service);
-        news.headlines.push_back(std::move(h));
+        news.headlines.push_back(headlineRecordOf(e, day));
         if (e.story) {
             news.stories.push_back(StoryRecord{e.service, day, e.seq, e.time, *e.story, true});
         }
