@@ -72,10 +72,12 @@ std::intptr_t HeadlessComboBox::itemData(int index) const {
 }
 
 int HeadlessComboBox::findStringExact(int start, const CString& text) const {
-    for (int i = std::max(start, 0); i < count(); ++i) {
-        if (m_items.at(i)->text == text) {
-            return i;
+    int index = 0;
+    for (const Item& item : m_items) {
+        if (index >= start && item.text == text) {
+            return index;
         }
+        ++index;
     }
     return -1;
 }
