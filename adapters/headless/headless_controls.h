@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -22,13 +23,19 @@ public:
     bool isChecked() const override { return m_checked; }
     void setDefault(bool isDefault) override { m_default = isDefault; }
     bool isDefault() const { return m_default; }
+    void setBitmaps(int normal, int hover, int pressed) override { m_bitmaps = {normal, hover, pressed}; }
+    std::array<int, 3> bitmaps() const { return m_bitmaps; }
+    // The kind bits of the style (BS_PUSHBUTTON, BS_AUTOCHECKBOX, ...).
+    unsigned buttonKind() const { return style() & host::ui::win::BS_TYPEMASK; }
 
-    // BN_CLICKED to the parent.
+    // BN_CLICKED to the parent; an automatic check box toggles first, an automatic radio
+    // button checks itself.
     bool click();
 
 private:
     bool m_checked = false;
     bool m_default = false;
+    std::array<int, 3> m_bitmaps{};
 };
 
 class HeadlessComboBox final : public WindowBase<host::ui::ComboBox> {
