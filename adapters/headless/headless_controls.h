@@ -189,7 +189,7 @@ private:
     COLORREF m_background = 0xFFFFFF;
     COLORREF m_textColor = 0;
     bool m_readOnly = false;
-    bool m_selectionHidden = false;
+    bool m_selectionHidden = true; // as the platform: shown only with the focus unless told otherwise
     std::pair<int, int> m_selection{0, 0};
 };
 

@@ -291,6 +291,10 @@ void HeadlessUiHost::mouseInput(Window* target, unsigned message, Point point, u
         return;
     }
     DispatchScope scope(*this, true);
+    // A button press makes the window under the mouse the active one, as window managers do.
+    if (message == win::WM_LBUTTONDOWN || message == win::WM_RBUTTONDOWN) {
+        activate(target);
+    }
     dispatch(*core, Message{message, keyFlags, host::ui::MAKELPARAM(point.x, point.y), target});
 }
 

@@ -3,6 +3,7 @@
 #include <QStyle>
 #include <QTabBar>
 #include <QTextCursor>
+#include <QTextDocument>
 #include <QTextEdit>
 #include <algorithm>
 
@@ -28,7 +29,16 @@ QtRichEdit::QtRichEdit(QWidget* parent, int id, unsigned style) : WindowImpl(new
     e->setAcceptRichText(false);
     e->setReadOnly((style & win::ES_READONLY) != 0);
     e->setLineWrapMode(QTextEdit::WidgetWidth);
+    QObject::connect(e->document(), &QTextDocument::contentsChanged, e, [this] { m_plainValid = false; });
     applyPalette();
+}
+
+const QString& QtRichEdit::plainText() const {
+    if (!m_plainValid) {
+        m_plain = edit()->toPlainText();
+        m_plainValid = true;
+    }
+    return m_plain;
 }
 
 QTextEdit* QtRichEdit::edit() const {
@@ -85,7 +95,7 @@ void QtRichEdit::applyPalette() {
 
 std::pair<int, int> QtRichEdit::findText(int from, const CString& text) const {
     const QString needle = withoutCarriageReturns(toQString(text));
-    const QString haystack = edit()->toPlainText();
+    const QString& haystack = plainText();
     if (needle.isEmpty() || from < 0 || from > haystack.size()) {
         return {-1, -1};
     }
@@ -98,7 +108,7 @@ std::pair<int, int> QtRichEdit::findText(int from, const CString& text) const {
 
 void QtRichEdit::setSelection(int start, int end) {
     QTextCursor cursor = edit()->textCursor();
-    const int length = static_cast<int>(edit()->toPlainText().size());
+    const int length = static_cast<int>(plainText().size());
     // (0, -1) selects everything; a negative start removes the selection.
     if (start < 0) {
         cursor.clearSelection();
@@ -110,7 +120,18 @@ void QtRichEdit::setSelection(int start, int end) {
     cursor.setPosition(anchor);
     cursor.setPosition(position, QTextCursor::KeepAnchor);
     edit()->setTextCursor(cursor);
-    edit()->ensureCursorVisible();
+    // Scrolling lays the document out: do it once for a run of selections (a keyword marking
+    // selects every match in turn), before the next paint.
+    if (!m_scrollPending) {
+        m_scrollPending = true;
+        QMetaObject::invokeMethod(
+            edit(),
+            [this] {
+                m_scrollPending = false;
+                edit()->ensureCursorVisible();
+            },
+            Qt::QueuedConnection);
+    }
 }
 
 std::pair<int, int> QtRichEdit::selection() const {

@@ -29,10 +29,16 @@ private:
     QTextEdit* edit() const;
     QWidget* paintTarget() const override;
     void applyPalette();
+    // The shown text, kept until the document changes: a keyword search asks for it once per
+    // match, and a story is tens of kilobytes.
+    const QString& plainText() const;
 
     COLORREF m_textColor = 0;
     COLORREF m_backgroundColor = 0xFFFFFF;
     bool m_hideSelection = true;
+    mutable QString m_plain;
+    mutable bool m_plainValid = false;
+    bool m_scrollPending = false; // the selection is scrolled into view once, after a run of changes
 };
 
 // A tab strip whose tabs carry an item datum. The user's tab changes reach the parent as

@@ -20,6 +20,7 @@
 
 #include <gtest/gtest.h>
 
+#include "adapters/qt/qt_ui_host.h"
 #include "adapters/qt/text_codec.h"
 #include "apps/newsterm/main_window.h"
 #include "headline_list/headline_columns.h"
@@ -27,6 +28,9 @@
 #include "host/ui/sheet.h"
 #include "news_view/news_ctrl_view.h"
 #include "news_view/news_ids.h"
+#include "story/news_story_dlg.h"
+#include "story/news_story_view.h"
+#include "story/quote_dlg_tip_msg.h"
 #include "tests/qt/newsterm_window_fixture.h"
 #include "tests/qt/qt_test_support.h"
 
@@ -131,22 +135,28 @@ protected:
 
     QDate pickerDate() const { return widget<QDateEdit>(news::kIdDatePicker)->date(); }
     QString lastTip() const { return qthost::toQString(view().GetLastTipText()); }
-    // The tip window on screen: a visible tool-tip label whose text is the last tip, centred
-    // over the all-news grid.
+    // The tip message window on screen: shown inside the all-news grid, with the last tip as
+    // its text, on a background of its own.
     ::testing::AssertionResult tipShownOverGrid() const {
+        const CQuoteDlgTipMsg* tip = view().GetTipMsg();
+        QWidget* tipWidget = tip != nullptr ? qthost::QtUiHost::widgetOf(tip->GetWnd()) : nullptr;
+        if (tipWidget == nullptr || !tipWidget->isVisible()) {
+            return ::testing::AssertionFailure() << "no tip on screen with " << qPrintable(lastTip());
+        }
         const QTableView* list = grid(news::kModeAllNews);
         const QRect gridArea(list->mapToGlobal(QPoint(0, 0)), list->size());
-        for (QWidget* top : QApplication::topLevelWidgets()) {
-            auto* label = qobject_cast<QLabel*>(top);
-            if (label != nullptr && label->isVisible() && (label->windowFlags() & Qt::ToolTip) == Qt::ToolTip &&
-                label->text() == lastTip().toHtmlEscaped()) {
-                if (!gridArea.contains(label->geometry().center())) {
-                    return ::testing::AssertionFailure() << "the tip is not over the grid";
-                }
-                return ::testing::AssertionSuccess();
-            }
+        const QRect tipArea(tipWidget->mapToGlobal(QPoint(0, 0)), tipWidget->size());
+        if (!gridArea.contains(tipArea)) {
+            return ::testing::AssertionFailure() << "the tip is not over the grid";
         }
-        return ::testing::AssertionFailure() << "no tip on screen with " << qPrintable(lastTip());
+        const auto* label = tipWidget->findChild<QLabel*>();
+        if (label == nullptr || label->text() != lastTip()) {
+            return ::testing::AssertionFailure() << "the tip shows " << (label ? qPrintable(label->text()) : "nothing");
+        }
+        if (tipWidget->isWindow() || tipWidget->focusPolicy() != Qt::NoFocus) {
+            return ::testing::AssertionFailure() << "the tip must sit in the grid and never take the keyboard";
+        }
+        return ::testing::AssertionSuccess();
     }
     static QString lang(const char* utf8) { return QString::fromUtf8(utf8); }
 
@@ -168,6 +178,20 @@ protected:
         const QTableView* table = grid(mode);
         const QRect cellRect = table->visualRect(table->model()->index(focusRow(mode), 0));
         return table->viewport()->rect().contains(cellRect);
+    }
+
+    // The story pane's widget and the text of its story control.
+    QWidget* storyPane() const {
+        const NewsStoryView* pane = view().GetStoryPane();
+        return pane != nullptr ? qthost::QtUiHost::widgetOf(pane->GetWnd()) : nullptr;
+    }
+    QString paneStory() const {
+        const NewsStoryView* pane = view().GetStoryPane();
+        return pane != nullptr ? qthost::toQString(pane->GetStoryControl()->text()) : QString();
+    }
+    QString paneTitle() const {
+        const NewsStoryView* pane = view().GetStoryPane();
+        return pane != nullptr ? qthost::toQString(pane->GetTitleControl()->text()) : QString();
     }
 
     void clickRow(int mode, int row) {
@@ -297,25 +321,28 @@ TEST_F(NewstermWalkthroughTest, SymbolTabCombosChangeTheListByMouseAndKeyboard) 
     EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeSymbol) == about(16, "2330"); }));
     EXPECT_TRUE(allRowsAbout(news::kModeSymbol, QStringLiteral("2330")));
 
-    // The next symbol with the arrow key on the closed box.
+    // The arrow keys are the news list's wherever the keyboard is in the view: on the closed box
+    // they leave the symbol as it is (kept: traders page the news with them from anywhere).
     ASSERT_EQ(QApplication::focusWidget(), symbols);
-    const int next = symbols->currentIndex() + 1;
-    ASSERT_TRUE(symbols->itemText(next).startsWith(QStringLiteral("2317 "))) << qPrintable(symbols->itemText(next));
+    const int current = symbols->currentIndex();
     pressKey(Qt::Key_Down);
+    pressKey(Qt::Key_Down, Qt::AltModifier);
+    qttest::drainEvents();
+    EXPECT_EQ(symbols->currentIndex(), current);
+    EXPECT_TRUE(noPopup());
+
+    // The next symbol with the keyboard in the list opened by the mouse.
+    const int next = current + 1;
+    ASSERT_TRUE(symbols->itemText(next).startsWith(QStringLiteral("2317 "))) << qPrintable(symbols->itemText(next));
+    click(symbols);
+    ASSERT_NE(openPopup(), nullptr);
+    pressKey(Qt::Key_Down);
+    pressKey(Qt::Key_Return);
+    ASSERT_TRUE(noPopup());
     EXPECT_EQ(symbols->currentIndex(), next);
     EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeSymbol) == about(16, "2317"); }))
         << "the symbol chosen with the keyboard did not change the list";
     EXPECT_TRUE(allRowsAbout(news::kModeSymbol, QStringLiteral("2317")));
-
-    // Back with the keyboard through the open list.
-    pressKey(Qt::Key_Down, Qt::AltModifier);
-    ASSERT_NE(openPopup(), nullptr) << "Alt+Down opens the list";
-    pressKey(Qt::Key_Up);
-    pressKey(Qt::Key_Return);
-    ASSERT_TRUE(noPopup());
-    EXPECT_TRUE(symbols->currentText().startsWith(QStringLiteral("2330 ")));
-    EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeSymbol) == about(16, "2330"); }));
-    EXPECT_TRUE(allRowsAbout(news::kModeSymbol, QStringLiteral("2330")));
 
     // Another market: its symbols replace the list of the symbol box.
     chooseFromList(services, lang("興櫃"));
@@ -354,18 +381,31 @@ TEST_F(NewstermWalkthroughTest, DatePickerLoadsTheChosenDayAndPutsBackDaysOutOfR
     EXPECT_TRUE(showsList(news::kModeAllNews, countFeed([](const FeedHeadline& h) { return h.day == 0; }),
                           newestTitle([](const FeedHeadline& h) { return h.day == 0; })));
 
-    // Today again, stepped with the arrow key after a click behind the day in the field.
+    // The arrow keys in the date field are the news list's: the day stays (kept: the view pages
+    // the news with them wherever the keyboard is).
     auto* field = widget<QDateEdit>(news::kIdDatePicker)->findChild<QLineEdit*>();
     ASSERT_NE(field, nullptr);
     click(field, QPoint(field->width() - 3, field->height() / 2));
     ASSERT_EQ(QApplication::focusWidget(), widget<QDateEdit>(news::kIdDatePicker));
     pressKey(Qt::Key_Up);
+    EXPECT_EQ(pickerDate(), yesterday);
+
+    // Today again, chosen with the keyboard in the calendar.
+    calendar = openCalendar();
+    ASSERT_NE(calendar, nullptr);
+    pressKey(Qt::Key_Right);
+    pressKey(Qt::Key_Return);
+    ASSERT_TRUE(noPopup());
     EXPECT_EQ(pickerDate(), kToday);
     EXPECT_TRUE(showsList(news::kModeAllNews, todayRows, todayFirst));
     EXPECT_TRUE(lastTip().isEmpty()) << qPrintable(lastTip());
 
-    // One more step is tomorrow: refused with a tip, the picker shows today again.
-    pressKey(Qt::Key_Up);
+    // One day more is tomorrow: refused with a tip, the picker shows today again.
+    calendar = openCalendar();
+    ASSERT_NE(calendar, nullptr);
+    pressKey(Qt::Key_Right);
+    pressKey(Qt::Key_Return);
+    ASSERT_TRUE(noPopup());
     EXPECT_EQ(lastTip(), lang("不能選擇今天以後的日期"));
     EXPECT_TRUE(tipShownOverGrid());
     EXPECT_EQ(pickerDate(), kToday);
@@ -442,29 +482,39 @@ TEST_F(NewstermWalkthroughTest, ShowTypeButtonCyclesTheStoryLayout) {
     ASSERT_NE(button, nullptr);
     QWidget* area = viewWidget();
     QTableView* list = grid(news::kModeAllNews);
-    const QRect whole = list->geometry();
-    EXPECT_EQ(whole.right(), area->width() - 1) << "without a story the list takes the whole width";
-    EXPECT_EQ(whole.bottom(), area->height() - 1) << "and the whole height";
+    QWidget* pane = storyPane();
+    ASSERT_NE(pane, nullptr);
 
-    // Layout 1: the story beside the list.
-    click(button);
+    // A fresh terminal reads beside the list, on the newest story.
     EXPECT_EQ(view().GetStoryShowType(), 1);
-    EXPECT_EQ(list->geometry().top(), whole.top());
     EXPECT_NEAR(list->geometry().width(), area->width() / 2, 1) << "the list keeps the left half";
-    EXPECT_EQ(list->geometry().bottom(), whole.bottom());
-    EXPECT_EQ(QApplication::focusWidget(), list) << "the keyboard goes back to the list";
+    EXPECT_TRUE(pane->isVisible());
+    EXPECT_GT(pane->geometry().left(), list->geometry().right());
+    EXPECT_TRUE(waitUntil([&] { return paneStory().contains(newestTitle(today) + QStringLiteral(" 的內文")); }))
+        << qPrintable(paneStory());
+    EXPECT_TRUE(paneTitle().contains(newestTitle(today))) << "the headline is there, only not shown beside the list";
+    const QRect beside = list->geometry();
 
     // Layout 2: the story below the list.
     click(button);
     EXPECT_EQ(view().GetStoryShowType(), 2);
-    EXPECT_EQ(list->geometry().width(), whole.width());
-    EXPECT_LT(list->geometry().bottom(), whole.bottom() - 100) << "room for the story below";
-    EXPECT_EQ(QApplication::focusWidget(), list);
+    EXPECT_EQ(list->geometry().width(), area->width());
+    EXPECT_LT(list->geometry().bottom(), area->height() - 100) << "room for the story below";
+    EXPECT_GT(pane->geometry().top(), list->geometry().bottom());
+    EXPECT_EQ(QApplication::focusWidget(), list) << "the keyboard goes back to the list";
 
-    // And round again to the list alone.
+    // Layout 0: the list alone.
     click(button);
     EXPECT_EQ(view().GetStoryShowType(), 0);
-    EXPECT_EQ(list->geometry(), whole);
+    EXPECT_EQ(list->geometry().right(), area->width() - 1) << "without a story the list takes the whole width";
+    EXPECT_EQ(list->geometry().bottom(), area->height() - 1) << "and the whole height";
+    EXPECT_FALSE(pane->isVisible());
+    EXPECT_EQ(QApplication::focusWidget(), list);
+
+    // And round again to the story beside the list.
+    click(button);
+    EXPECT_EQ(view().GetStoryShowType(), 1);
+    EXPECT_EQ(list->geometry(), beside);
 }
 
 TEST_F(NewstermWalkthroughTest, PageButtonsDropFromTheLastOneOnANarrowWindow) {

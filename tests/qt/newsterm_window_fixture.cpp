@@ -89,17 +89,21 @@ QByteArray feedFile(std::vector<FeedHeadline> feed) {
             }
         }
         out += QStringLiteral("{\"at\":%1,\"event\":\"headline\",\"service\":%2,\"seq\":%3,\"title\":\"%4\","
-                              "\"symbols\":[\"%5\"]}\n")
+                              "\"symbols\":[\"%5\"],\"story\":\"%6\"}\n")
                    .arg(h.day * kSecondsPerDay + h.minute * 60)
                    .arg(h.service)
                    .arg(h.seq)
-                   .arg(h.title, h.symbol)
+                   .arg(h.title, h.symbol, NewstermWindowTest::storyOf(h))
                    .toUtf8();
     }
     return out;
 }
 
 } // namespace
+
+QString NewstermWindowTest::storyOf(const FeedHeadline& headline) {
+    return headline.title + QStringLiteral(" 的內文@@@@第二段");
+}
 
 const std::vector<FeedHeadline>& NewstermWindowTest::feed() {
     static const std::vector<FeedHeadline> headlines = makeFeed();

@@ -57,6 +57,8 @@ struct FeedHeadline {
 class NewstermWindowTest : public ::testing::Test {
 public:
     static const QDate kToday;
+    // The story the feed carries with a headline: its title, then a second paragraph.
+    static QString storyOf(const FeedHeadline& headline);
 
 protected:
     NewstermWindowTest();
@@ -69,6 +71,7 @@ protected:
 
     // Every headline of the feed.
     static const std::vector<FeedHeadline>& feed();
+
     // How many headlines of the feed match.
     template <class Pred> static int countFeed(Pred pred) {
         int n = 0;
