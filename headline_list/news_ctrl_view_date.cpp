@@ -2,8 +2,8 @@
 // lists after the set of checked services changed.
 #include "headline_list/news_ctrl_view_clock.h"
 #include "host/backend/bk_quote_interface.h"
-#include "host/text/format.h"
 #include "host/framework/sync_info.h"
+#include "host/text/format.h"
 #include "news_view/news_ctrl_view.h"
 #include "story/quote_dlg_tip_msg.h"
 

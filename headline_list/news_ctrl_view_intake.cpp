@@ -177,5 +177,3 @@ bool TRVNewsCtrlView::bChangeNewsPos(int list, int row) {
     OnShowStory();
     return true;
 }
-
-

@@ -313,8 +313,8 @@ private:
     bool m_bTipShown = false;
     TRVQuoteBaseView* m_pStoryPane = nullptr; // owned by the window tree; m_pStoryView is its typed view
     SearchEdit2 m_searchEdit2;
-    bool m_bViewCreated = false;              // vViewCreate ran
-    bool m_bLaidOut = false;                  // vSetComponentPos ran once
+    bool m_bViewCreated = false; // vViewCreate ran
+    bool m_bLaidOut = false;     // vSetComponentPos ran once
     // Seconds since 1970 from the host clock (0 without one).
     static std::int64_t tNow();
     // Whether a story display (pane or pop-up dialog) exists, which mode switching requires.

@@ -14,9 +14,6 @@ namespace win = host::ui::win;
 
 namespace {
 
-// A click in the band at the top of the view belongs to the base view's title.
-constexpr int kTitleBand = 20;
-
 bool isKey(const Message& message, std::initializer_list<unsigned> keys) {
     const auto key = static_cast<unsigned>(message.wParam);
     for (const unsigned k : keys) {
@@ -31,7 +28,7 @@ bool isKey(const Message& message, std::initializer_list<unsigned> keys) {
 
 host::ui::CSuperSheetWnd* TRVNewsCtrlView::pGetFocusedTabSheet() const {
     return m_iFocusedTab >= 0 && m_iFocusedTab < news::kModeCount ? m_pSheet[static_cast<std::size_t>(m_iFocusedTab)]
-                                                                   : nullptr;
+                                                                  : nullptr;
 }
 
 // ---- Keys ----
@@ -120,6 +117,8 @@ LRESULT TRVNewsCtrlView::OnKeyUpMessage(const Message& message) {
 
 // ---- Mouse ----
 
+// Plain double-clicks and button releases (the title band at the top among them) are the base
+// view's; only those a grid passed on read the news.
 LRESULT TRVNewsCtrlView::OnLButtonDblClkMessage(const Message& message) {
     const auto flags = static_cast<unsigned>(message.wParam);
     if ((flags & win::kGridForwarded) != 0) {

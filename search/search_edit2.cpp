@@ -28,6 +28,6 @@ void SearchEdit2::vShowTip(const char* key) {
         return;
     }
     BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface();
-    m_pNewsView->vShowTip(m_pEdit->clientToScreen(m_pEdit->clientRect()), bk != nullptr ? bk->LangGetLangString(key)
-                                                                                         : CString(key));
+    m_pNewsView->vShowTip(m_pEdit->clientToScreen(m_pEdit->clientRect()),
+                          bk != nullptr ? bk->LangGetLangString(key) : CString(key));
 }

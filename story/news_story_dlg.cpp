@@ -62,8 +62,8 @@ bool TRVNewsStory::OnInitDialog() {
         }
     }
     const Rect client = GetWnd()->clientRect();
-    m_rcStory = Rect{m_rcTitle.left, m_rcTitle.bottom + 10, client.right - 10,
-                     client.bottom - iCalTransDevScale(kButtonBand)};
+    m_rcStory =
+        Rect{m_rcTitle.left, m_rcTitle.bottom + 10, client.right - 10, client.bottom - iCalTransDevScale(kButtonBand)};
     m_pStory = GetWnd()->createRichEdit(story::kIdStory, m_rcStory, story::kStoryEditStyle);
     if (m_pStory != nullptr) {
         if (m_pFont != nullptr) {
@@ -156,8 +156,7 @@ void TRVNewsStory::vSetStoryData(int table, int position, const HeadlineTableLis
     vShowData();
 }
 
-void TRVNewsStory::vSetStoryData(int table, int position, const HeadlineTableList& /*list*/,
-                                 const CSearch& condition) {
+void TRVNewsStory::vSetStoryData(int table, int position, const HeadlineTableList& /*list*/, const CSearch& condition) {
     m_iTableNum = table;
     SetHeadLinePos(position);
     m_search = condition;
@@ -312,8 +311,8 @@ void TRVNewsStory::vMainFrameShowStroy(const CStory& shown) {
     CString body = shown.m_strText;
     if (!body.empty()) {
         vConvertStoryContent(body);
-        m_strStory = story::cszFormatStory(shown.m_tTime, body, story::Lang(story::kKeyClosingRemark),
-                                           story::BodyBlanks::kTwo);
+        m_strStory =
+            story::cszFormatStory(shown.m_tTime, body, story::Lang(story::kKeyClosingRemark), story::BodyBlanks::kTwo);
     } else {
         // An empty story is still on its way: the placeholder, not the no-story text.
         m_strStory = story::Lang(story::kKeyRecover);

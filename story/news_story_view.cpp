@@ -103,8 +103,8 @@ void NewsStoryView::vShowData() {
     }
     CString body = story::cszConvertForService(entry.m_byService, m_story.m_strText);
     vConvertStoryContent(body);
-    m_strStory = story::cszFormatStory(m_story.m_tTime, body, story::Lang(story::kKeyClosingRemark),
-                                       story::BodyBlanks::kTwo);
+    m_strStory =
+        story::cszFormatStory(m_story.m_tTime, body, story::Lang(story::kKeyClosingRemark), story::BodyBlanks::kTwo);
     if (m_pTitle != nullptr) {
         m_pTitle->setText(m_strTitle);
     }
@@ -231,7 +231,8 @@ void NewsStoryView::vChangeCast() {
 void NewsStoryView::vSetComponentPos() {
     const Rect client = GetClientRect();
     const int h = GetFontHeight();
-    m_rcTitle = m_iHideHeadline != 0 ? Rect{} : Rect{client.left + 10, client.top, client.right - 10, client.top + 3 * h};
+    m_rcTitle =
+        m_iHideHeadline != 0 ? Rect{} : Rect{client.left + 10, client.top, client.right - 10, client.top + 3 * h};
     if (m_pTitle != nullptr) {
         m_pTitle->move(m_rcTitle, true);
     }

@@ -86,7 +86,7 @@ private:
     CStory m_story;
     CSearch m_search;
     COLORREF m_crBackground = 0;
-    bool m_bBrush = false; // a background brush of m_crBackground exists
+    bool m_bBrush = false;                  // a background brush of m_crBackground exists
     host::ui::RichEdit* m_pStory = nullptr; // owned by the window
     host::ui::RichEdit* m_pTitle = nullptr; // owned by the window
     host::ui::Rect m_rcStory;

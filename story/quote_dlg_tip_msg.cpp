@@ -67,7 +67,9 @@ void CQuoteDlgTipMsg::vShow(Window* parent, int top, int left, bool toTheLeft) {
     const host::ui::UiHost* ui = host::HostContext::current().ui;
     const Window* active = ui != nullptr ? ui->activeWindow() : nullptr;
     // Never over another application or another top-level window than the one being used.
-    const Window* reference = parent != nullptr ? parent : GetWnd()->parent() != nullptr ? GetWnd()->parent() : m_pOwner;
+    const Window* reference = parent != nullptr               ? parent
+                              : GetWnd()->parent() != nullptr ? GetWnd()->parent()
+                                                              : m_pOwner;
     if (reference == nullptr || active == nullptr || topLevelOf(active) != topLevelOf(reference)) {
         return;
     }

@@ -18,8 +18,7 @@ public:
     // Makes the tip window from template 3059 (hidden).
     bool CreateByID(host::ui::Window* parent);
     // Display time, owner, text (null: empty) and colours of the next vShow.
-    void vSetInfo(host::ui::Window* owner, const char* text, COLORREF textColor, COLORREF backColor,
-                  int displayTimeMs);
+    void vSetInfo(host::ui::Window* owner, const char* text, COLORREF textColor, COLORREF backColor, int displayTimeMs);
     void vSetInfoColor(COLORREF textColor, COLORREF backColor);
     void vSetFont(const host::ui::Font* font) { m_pFont = font; }
     // Sizes, places and shows the tip; only while parent's top-level window is the active one.

@@ -112,7 +112,8 @@ void vMarkKeywords(host::ui::RichEdit& edit, const CSearch& condition) {
         if (keyword.empty()) {
             continue;
         }
-        for (auto match = edit.findText(0, keyword); match.first >= 0; match = edit.findText(match.first + 1, keyword)) {
+        for (auto match = edit.findText(0, keyword); match.first >= 0;
+             match = edit.findText(match.first + 1, keyword)) {
             edit.setSelection(match.first, match.second);
         }
     }

@@ -89,16 +89,15 @@ Window* HeadlessUiHost::createDialog(Window* owner, const host::ui::DialogTempla
             top = top->parentCore();
         }
         const Rect area = top->rect();
-        rect = Rect{area.left + (area.Width() - dialog.size.cx) / 2, area.top + (area.Height() - dialog.size.cy) / 2,
-                    0, 0};
+        rect = Rect{area.left + (area.Width() - dialog.size.cx) / 2, area.top + (area.Height() - dialog.size.cy) / 2, 0,
+                    0};
         rect.right = rect.left + dialog.size.cx;
         rect.bottom = rect.top + dialog.size.cy;
     }
     DispatchScope scope(*this);
-    auto window = std::make_unique<HeadlessWindow>(*this, WindowKind::kDialog, dialog.id, rect, handler,
-                                                   dialog.frame == host::ui::DialogTemplate::Frame::kBorderless
-                                                       ? 0u
-                                                       : win::WS_BORDER);
+    auto window = std::make_unique<HeadlessWindow>(
+        *this, WindowKind::kDialog, dialog.id, rect, handler,
+        dialog.frame == host::ui::DialogTemplate::Frame::kBorderless ? 0u : win::WS_BORDER);
     HeadlessWindow* raw = window.get();
     raw->show(false);
     raw->setFont(dialog.font, false);

@@ -1,10 +1,10 @@
 #include "adapters/qt/controls_text.h"
 
+#include <QPlainTextEdit>
 #include <QStyle>
 #include <QTabBar>
 #include <QTextCursor>
 #include <QTextDocument>
-#include <QTextEdit>
 #include <algorithm>
 
 #include "adapters/qt/convert.h"
@@ -24,11 +24,10 @@ QString withoutCarriageReturns(QString text) {
 
 } // namespace
 
-QtRichEdit::QtRichEdit(QWidget* parent, int id, unsigned style) : WindowImpl(new QTextEdit(parent), id, nullptr) {
-    QTextEdit* e = edit();
-    e->setAcceptRichText(false);
+QtRichEdit::QtRichEdit(QWidget* parent, int id, unsigned style) : WindowImpl(new QPlainTextEdit(parent), id, nullptr) {
+    QPlainTextEdit* e = edit();
     e->setReadOnly((style & win::ES_READONLY) != 0);
-    e->setLineWrapMode(QTextEdit::WidgetWidth);
+    e->setLineWrapMode(QPlainTextEdit::WidgetWidth);
     QObject::connect(e->document(), &QTextDocument::contentsChanged, e, [this] { m_plainValid = false; });
     applyPalette();
 }
@@ -41,8 +40,8 @@ const QString& QtRichEdit::plainText() const {
     return m_plain;
 }
 
-QTextEdit* QtRichEdit::edit() const {
-    return static_cast<QTextEdit*>(widget());
+QPlainTextEdit* QtRichEdit::edit() const {
+    return static_cast<QPlainTextEdit*>(widget());
 }
 QWidget* QtRichEdit::paintTarget() const {
     return edit()->viewport();
@@ -50,11 +49,12 @@ QWidget* QtRichEdit::paintTarget() const {
 
 void QtRichEdit::setText(const CString& text) {
     rememberText(text);
+    m_pendingSelection.reset(); // a new text starts without a selection
     edit()->setPlainText(withoutCarriageReturns(toQString(text)));
 }
 
 CString QtRichEdit::text() const {
-    QString shown = edit()->toPlainText();
+    QString shown = plainText();
     shown.replace(QLatin1Char('\n'), QStringLiteral("\r\n"));
     return fromQString(shown);
 }
@@ -90,7 +90,10 @@ void QtRichEdit::applyPalette() {
     palette.setColor(QPalette::Inactive, QPalette::HighlightedText,
                      m_hideSelection ? toQColor(m_textColor)
                                      : defaults.color(QPalette::Active, QPalette::HighlightedText));
-    edit()->setPalette(palette);
+    // An unchanged palette is not set again: setting one repaints the whole text.
+    if (palette != edit()->palette()) {
+        edit()->setPalette(palette);
+    }
 }
 
 std::pair<int, int> QtRichEdit::findText(int from, const CString& text) const {
@@ -107,34 +110,41 @@ std::pair<int, int> QtRichEdit::findText(int from, const CString& text) const {
 }
 
 void QtRichEdit::setSelection(int start, int end) {
-    QTextCursor cursor = edit()->textCursor();
     const int length = static_cast<int>(plainText().size());
-    // (0, -1) selects everything; a negative start removes the selection.
+    const bool posted = m_pendingSelection.has_value();
+    // (0, -1) selects everything; a negative start removes the selection (the caret at the end).
     if (start < 0) {
-        cursor.clearSelection();
-        edit()->setTextCursor(cursor);
-        return;
+        m_pendingSelection = std::pair<int, int>{length, length};
+    } else {
+        const int anchor = std::min(start, length);
+        const int position = end < 0 ? length : std::clamp(end, 0, length);
+        m_pendingSelection = std::pair<int, int>{anchor, position};
     }
-    const int anchor = std::min(start, length);
-    const int position = end < 0 ? length : std::clamp(end, 0, length);
-    cursor.setPosition(anchor);
-    cursor.setPosition(position, QTextCursor::KeepAnchor);
-    edit()->setTextCursor(cursor);
-    // Scrolling lays the document out: do it once for a run of selections (a keyword marking
-    // selects every match in turn), before the next paint.
-    if (!m_scrollPending) {
-        m_scrollPending = true;
+    if (!posted) {
         QMetaObject::invokeMethod(
-            edit(),
-            [this] {
-                m_scrollPending = false;
-                edit()->ensureCursorVisible();
-            },
-            Qt::QueuedConnection);
+            edit(), [this] { applySelection(); }, Qt::QueuedConnection);
     }
 }
 
+void QtRichEdit::applySelection() {
+    if (!m_pendingSelection) {
+        return;
+    }
+    const auto [anchor, position] = *m_pendingSelection;
+    m_pendingSelection.reset();
+    QTextCursor cursor = edit()->textCursor();
+    const int length = static_cast<int>(plainText().size());
+    cursor.setPosition(std::min(anchor, length));
+    cursor.setPosition(std::min(position, length), QTextCursor::KeepAnchor);
+    edit()->setTextCursor(cursor);
+    edit()->ensureCursorVisible();
+}
+
 std::pair<int, int> QtRichEdit::selection() const {
+    if (m_pendingSelection) {
+        return {std::min(m_pendingSelection->first, m_pendingSelection->second),
+                std::max(m_pendingSelection->first, m_pendingSelection->second)};
+    }
     const QTextCursor cursor = edit()->textCursor();
     return {cursor.selectionStart(), cursor.selectionEnd()};
 }

@@ -3,13 +3,13 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
-#include <QTimer>
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QStatusBar>
+#include <QTimer>
 #include <QToolBar>
 
 #include "adapters/qt/dialog_service.h"

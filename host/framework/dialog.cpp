@@ -331,8 +331,8 @@ LRESULT CDialog::standardHandling(const Message& message) {
 int CDialog::enterCommandId(const Window* target) const {
     if (m_bHaveTemplate && target != nullptr && target->parent() == m_pWnd) {
         const host::ui::ControlTemplate* focused = m_template.control(target->id());
-        if (focused != nullptr && (focused->kind == host::ui::ControlKind::kButton ||
-                                   focused->kind == host::ui::ControlKind::kHoverButton)) {
+        if (focused != nullptr &&
+            (focused->kind == host::ui::ControlKind::kButton || focused->kind == host::ui::ControlKind::kHoverButton)) {
             return focused->id;
         }
     }

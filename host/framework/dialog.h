@@ -129,7 +129,7 @@ private:
     int enterCommandId(const host::ui::Window* target) const;
 
     int m_iTemplateId;
-    host::ui::Window* m_pParentWnd; // not owned
+    host::ui::Window* m_pParentWnd;     // not owned
     host::ui::Window* m_pWnd = nullptr; // owned: destroyed with the dialog
     host::ui::DialogTemplate m_template;
     bool m_bHaveTemplate = false;

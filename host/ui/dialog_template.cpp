@@ -222,11 +222,16 @@ private:
 
     static std::optional<ControlKind> kindOf(const std::string& word) {
         static const std::map<std::string, ControlKind, std::less<>> kKinds = {
-            {"button", ControlKind::kButton},     {"checkbox", ControlKind::kCheckBox},
-            {"radio", ControlKind::kRadio},       {"groupbox", ControlKind::kGroupBox},
-            {"edit", ControlKind::kEdit},         {"static", ControlKind::kStatic},
-            {"listbox", ControlKind::kListBox},   {"listctrl", ControlKind::kListCtrl},
-            {"tabs", ControlKind::kTabs},         {"richedit", ControlKind::kRichEdit},
+            {"button", ControlKind::kButton},
+            {"checkbox", ControlKind::kCheckBox},
+            {"radio", ControlKind::kRadio},
+            {"groupbox", ControlKind::kGroupBox},
+            {"edit", ControlKind::kEdit},
+            {"static", ControlKind::kStatic},
+            {"listbox", ControlKind::kListBox},
+            {"listctrl", ControlKind::kListCtrl},
+            {"tabs", ControlKind::kTabs},
+            {"richedit", ControlKind::kRichEdit},
             {"hoverbutton", ControlKind::kHoverButton},
         };
         const auto it = kKinds.find(word);
@@ -278,8 +283,8 @@ private:
         if (c.id >= 0) {
             const auto [it, added] = m_ids.emplace(c.id, lineNo);
             if (!added) {
-                failAt(lineNo, "control id " + std::to_string(c.id) + " is already used on line " +
-                                   std::to_string(it->second));
+                failAt(lineNo,
+                       "control id " + std::to_string(c.id) + " is already used on line " + std::to_string(it->second));
             }
         }
         std::size_t i = 6;
@@ -408,8 +413,8 @@ private:
             failAt(lineNo, std::string(what) + " must be a number, not '" + t + "'");
         }
         if (value < least || value > most) {
-            failAt(lineNo, std::string(what) + " " + t + " is outside " + std::to_string(least) + ".." +
-                               std::to_string(most));
+            failAt(lineNo,
+                   std::string(what) + " " + t + " is outside " + std::to_string(least) + ".." + std::to_string(most));
         }
         return static_cast<int>(value);
     }

@@ -22,14 +22,24 @@ struct Message {
     Window* target = nullptr;
 };
 
-constexpr WPARAM MAKEWPARAM(unsigned lo, unsigned hi) { return (lo & 0xFFFFu) | ((hi & 0xFFFFu) << 16); }
+constexpr WPARAM MAKEWPARAM(unsigned lo, unsigned hi) {
+    return (lo & 0xFFFFu) | ((hi & 0xFFFFu) << 16);
+}
 constexpr LPARAM MAKELPARAM(int lo, int hi) {
     return static_cast<LPARAM>((static_cast<unsigned>(lo) & 0xFFFFu) | ((static_cast<unsigned>(hi) & 0xFFFFu) << 16));
 }
-constexpr unsigned LOWORD(std::uintptr_t v) { return static_cast<unsigned>(v & 0xFFFFu); }
-constexpr unsigned HIWORD(std::uintptr_t v) { return static_cast<unsigned>((v >> 16) & 0xFFFFu); }
-constexpr int GET_X_LPARAM(LPARAM l) { return static_cast<short>(static_cast<std::uintptr_t>(l) & 0xFFFFu); }
-constexpr int GET_Y_LPARAM(LPARAM l) { return static_cast<short>((static_cast<std::uintptr_t>(l) >> 16) & 0xFFFFu); }
+constexpr unsigned LOWORD(std::uintptr_t v) {
+    return static_cast<unsigned>(v & 0xFFFFu);
+}
+constexpr unsigned HIWORD(std::uintptr_t v) {
+    return static_cast<unsigned>((v >> 16) & 0xFFFFu);
+}
+constexpr int GET_X_LPARAM(LPARAM l) {
+    return static_cast<short>(static_cast<std::uintptr_t>(l) & 0xFFFFu);
+}
+constexpr int GET_Y_LPARAM(LPARAM l) {
+    return static_cast<short>((static_cast<std::uintptr_t>(l) >> 16) & 0xFFFFu);
+}
 
 namespace win {
 // Window messages.

@@ -20,8 +20,8 @@ public:
     // Returns IDOK, IDCANCEL, IDYES or IDNO.
     virtual int messageBox(Window* owner, const CString& text, const CString& caption, unsigned flags) = 0;
     // filter in the "Text (*.txt)|*.txt||" form; false on Cancel. path is UTF-8 (a file system path).
-    virtual bool saveFileDialog(Window* owner, const CString& filter, const CString& defaultExtension,
-                                unsigned flags, std::string& path) = 0;
+    virtual bool saveFileDialog(Window* owner, const CString& filter, const CString& defaultExtension, unsigned flags,
+                                std::string& path) = 0;
     // A printer page surface, or null on Cancel.
     virtual std::unique_ptr<DeviceContext> printDialog(Window* owner, unsigned flags) = 0;
 };

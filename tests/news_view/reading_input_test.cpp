@@ -125,7 +125,8 @@ TEST_F(ReadingInputTest, StoryAnswersGoToTheDisplayInUse) {
     m_view->SetStoryShowType(2);
     m_view->StoryUpdateNotify(&late);
     EXPECT_EQ(windowStory().text(), "IDS_NEWSCTRLVIEW_STRING_WAIT_FOR_UPDATE");
-    EXPECT_NE(paneStory().text(), "IDS_NEWSCTRLVIEW_STRING_WAIT_FOR_UPDATE") << "kept: the window takes it, not the pane";
+    EXPECT_NE(paneStory().text(), "IDS_NEWSCTRLVIEW_STRING_WAIT_FOR_UPDATE")
+        << "kept: the window takes it, not the pane";
     const CHeadlineTable elsewhere{22, taipei(9, 0), 9, 9, 0};
     windowStory().setText("unchanged");
     m_view->StoryUpdateNotify(&elsewhere);

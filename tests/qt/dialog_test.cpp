@@ -12,7 +12,6 @@
 #include <QTabBar>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTextEdit>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -108,7 +107,7 @@ TEST_F(QtDialogTest, TheTemplateBecomesAQDialogWithItsControlsById) {
     EXPECT_NE(qt<QPlainTextEdit>(dialog, 31), nullptr) << "a multi-line edit";
     EXPECT_FALSE(qt<QLabel>(dialog, 40)->isEnabled());
     EXPECT_EQ(qt<QTabBar>(dialog, 50)->count(), 2);
-    EXPECT_TRUE(qt<QTextEdit>(dialog, 60)->isHidden());
+    EXPECT_TRUE(qt<QPlainTextEdit>(dialog, 60)->isHidden());
     EXPECT_EQ(qt<QPushButton>(dialog, 1)->geometry(), QRect(230, 160, 80, 26));
 
     // Radio buttons of a group stay exclusive, whichever is clicked.

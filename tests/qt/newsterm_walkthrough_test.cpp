@@ -4,8 +4,8 @@
 #include <QApplication>
 #include <QCalendarWidget>
 #include <QComboBox>
-#include <QDateTime>
 #include <QDateEdit>
+#include <QDateTime>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -617,9 +617,7 @@ protected:
         const TRVNewsStory* window = view().GetStoryDlg();
         return window != nullptr ? qthost::QtUiHost::widgetOf(window->GetWnd()) : nullptr;
     }
-    QString windowStory() const {
-        return qthost::toQString(view().GetStoryDlg()->GetStoryControl()->text());
-    }
+    QString windowStory() const { return qthost::toQString(view().GetStoryDlg()->GetStoryControl()->text()); }
 };
 
 TEST_F(NewstermReadingTest, ReadFiveStoriesWithTheKeyboardAlone) {
@@ -690,8 +688,9 @@ TEST_F(NewstermReadingTest, WithoutThePaneStoriesOpenInTheirOwnWindow) {
     EXPECT_TRUE(waitUntil([&] { return windowStory().contains(title(news::kModeAllNews, 3)); }));
 
     // Its buttons read print, save-as, next, previous; next moves the list with it.
-    const auto button = [&](int id) { return qobject_cast<QPushButton*>(qthost::QtUiHost::widgetOf(
-                                          view().GetStoryDlg()->GetWnd()->child(id))); };
+    const auto button = [&](int id) {
+        return qobject_cast<QPushButton*>(qthost::QtUiHost::widgetOf(view().GetStoryDlg()->GetWnd()->child(id)));
+    };
     EXPECT_LT(button(news::kIdPrintButton)->x(), button(news::kIdSaveAsButton)->x());
     EXPECT_LT(button(news::kIdSaveAsButton)->x(), button(8068)->x());
     EXPECT_LT(button(8068)->x(), button(8067)->x());
@@ -700,8 +699,8 @@ TEST_F(NewstermReadingTest, WithoutThePaneStoriesOpenInTheirOwnWindow) {
     EXPECT_TRUE(waitUntil([&] { return windowStory().contains(title(news::kModeAllNews, 4)); }));
 
     // The View menu's setting makes it an ordinary window.
-    QAction* onTop = window->window() != nullptr ? this->window().findChild<QAction*>(QStringLiteral("storyWindowOnTop"))
-                                                 : nullptr;
+    QAction* onTop =
+        window->window() != nullptr ? this->window().findChild<QAction*>(QStringLiteral("storyWindowOnTop")) : nullptr;
     ASSERT_NE(onTop, nullptr);
     onTop->trigger();
     EXPECT_FALSE(window->windowFlags().testFlag(Qt::WindowStaysOnTopHint));

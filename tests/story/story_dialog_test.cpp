@@ -38,7 +38,8 @@ TEST_F(StoryWindowTest, TheMainFramesViewerHasNoButtonsAndTakesTheTextsItIsGiven
     for (const int id : {8067, 8068, 8069, 8070}) {
         EXPECT_FALSE(wnd->child(id)->isVisible()) << "button " << id;
     }
-    EXPECT_EQ(wnd->child(8072)->rect().bottom, wnd->clientRect().bottom - 10) << "the story reaches 10 pixels above the bottom";
+    EXPECT_EQ(wnd->child(8072)->rect().bottom, wnd->clientRect().bottom - 10)
+        << "the story reaches 10 pixels above the bottom";
 
     viewer.vMainFrameShowHeadline("A flash headline");
     EXPECT_EQ(wnd->child(8066)->text(), "A flash headline");

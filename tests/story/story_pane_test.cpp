@@ -47,8 +47,9 @@ TEST(StoryTextTest, EntriesAreTheSameStoryOnTheSameLocalDay) {
     EXPECT_TRUE(story::bSameEntry(a, b)) << "another time of the same day";
     b.m_tTime = taipei(24, 0);
     EXPECT_FALSE(story::bSameEntry(a, b)) << "midnight starts another day";
-    for (const auto change : {+[](CHeadlineTable& e) { e.m_byService = 22; }, +[](CHeadlineTable& e) { e.m_iSeqNo = 8; },
-                              +[](CHeadlineTable& e) { e.m_llValue2 = 71; }, +[](CHeadlineTable& e) { e.m_ullLast = 6; }}) {
+    for (const auto change :
+         {+[](CHeadlineTable& e) { e.m_byService = 22; }, +[](CHeadlineTable& e) { e.m_iSeqNo = 8; },
+          +[](CHeadlineTable& e) { e.m_llValue2 = 71; }, +[](CHeadlineTable& e) { e.m_ullLast = 6; }}) {
         CHeadlineTable other = a;
         change(other);
         EXPECT_FALSE(story::bSameEntry(a, other));
