@@ -347,31 +347,32 @@ int CDialog::enterCommandId(const Window* target) const {
 }
 
 bool CDialog::preTranslateMessage(const Message& message) {
-    if (message.message != win::WM_KEYDOWN || m_pWnd == nullptr) {
+    Window* wnd = m_pWnd;
+    if (message.message != win::WM_KEYDOWN || wnd == nullptr) {
         return false;
     }
     const auto key = static_cast<unsigned>(message.wParam);
     if (key == win::VK_ESCAPE) {
-        m_pWnd->sendMessage(win::WM_COMMAND, host::ui::MAKEWPARAM(win::IDCANCEL, win::BN_CLICKED), 0);
+        wnd->sendMessage(win::WM_COMMAND, host::ui::MAKEWPARAM(win::IDCANCEL, win::BN_CLICKED), 0);
         return true;
     }
-    if (key == win::VK_RETURN) {
-        if (m_bHaveTemplate && message.target != nullptr) {
-            const host::ui::ControlTemplate* focused = m_template.control(message.target->id());
-            if (focused != nullptr && focused->multiline && message.target->parent() == m_pWnd) {
-                return false; // a multi-line edit takes Enter as a line break
-            }
+    if (key != win::VK_RETURN) {
+        return false;
+    }
+    if (m_bHaveTemplate && message.target != nullptr) {
+        const host::ui::ControlTemplate* focused = m_template.control(message.target->id());
+        if (focused != nullptr && focused->multiline && message.target->parent() == wnd) {
+            return false; // a multi-line edit takes Enter as a line break
         }
-        const int id = enterCommandId(message.target);
-        const Window* control = GetDlgItem(id);
-        if (control != nullptr && !control->isEnabled()) {
-            return true;
-        }
-        m_pWnd->sendMessage(win::WM_COMMAND, host::ui::MAKEWPARAM(static_cast<unsigned>(id), win::BN_CLICKED),
-                            control != nullptr ? reinterpret_cast<host::ui::LPARAM>(control) : 0);
+    }
+    const int id = enterCommandId(message.target);
+    const Window* control = wnd->child(id);
+    if (control != nullptr && !control->isEnabled()) {
         return true;
     }
-    return false;
+    const host::ui::LPARAM from = control != nullptr ? reinterpret_cast<host::ui::LPARAM>(control) : 0;
+    wnd->sendMessage(win::WM_COMMAND, host::ui::MAKEWPARAM(static_cast<unsigned>(id), win::BN_CLICKED), from);
+    return true;
 }
 
 int iCalTransDevScale(int pixels) {

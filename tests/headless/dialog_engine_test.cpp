@@ -2,6 +2,7 @@
 // with its data exchange, keys, radio groups and life cycle.
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -96,6 +97,15 @@ private:
     }
 };
 
+// A control of a dialog as its headless class; a missing one ends the test.
+template <class T> T& control(host::ui::Window* window) {
+    auto* typed = dynamic_cast<T*>(window);
+    if (typed == nullptr) {
+        throw std::runtime_error("no such control");
+    }
+    return *typed;
+}
+
 class DialogEngineTest : public ::testing::Test {
 protected:
     DialogEngineTest() {
@@ -105,8 +115,8 @@ protected:
     }
     ~DialogEngineTest() override { m_backend.uninstall(); }
 
-    headless::HeadlessButton* button(TestDialog& d, int id) {
-        return dynamic_cast<headless::HeadlessButton*>(d.GetDlgItem(id));
+    static headless::HeadlessButton& button(TestDialog& d, int id) {
+        return control<headless::HeadlessButton>(d.GetDlgItem(id));
     }
 
     headless::HeadlessHost m_host;
@@ -129,15 +139,15 @@ TEST_F(DialogEngineTest, ModelessDialogIsAHiddenTopLevelWindowWithTheTemplateCon
     EXPECT_EQ(dialog.m_events, (std::vector<std::string>{"size:300x200", "init:1", "size:300x200"}))
         << "a size while the frame is made, OnInitDialog once the controls exist, then the size to lay out by";
     EXPECT_EQ(dialog.GetDlgItem(30)->text(), "start") << "OnInitDialog wrote the members into the controls";
-    EXPECT_TRUE(button(dialog, 10)->isChecked());
-    EXPECT_TRUE(button(dialog, 21)->isChecked());
-    EXPECT_FALSE(button(dialog, 20)->isChecked());
+    EXPECT_TRUE(button(dialog, 10).isChecked());
+    EXPECT_TRUE(button(dialog, 21).isChecked());
+    EXPECT_FALSE(button(dialog, 20).isChecked());
 
     EXPECT_FALSE(dialog.Create(m_owner)) << "a dialog exists once";
     dialog.ShowWindow(true);
-    button(dialog, 50)->click();
+    button(dialog, 50).click();
     EXPECT_EQ(dialog.m_iCounted, 1) << "the message map takes the command";
-    button(dialog, 2)->click();
+    button(dialog, 2).click();
     EXPECT_FALSE(wnd->isVisible()) << "Cancel hides a modeless dialog";
     EXPECT_EQ(dialog.GetWnd(), wnd) << "and keeps it";
 }
@@ -160,10 +170,10 @@ TEST_F(DialogEngineTest, ModalHookPlaysTheUserAndOkReadsTheControls) {
         ownerDisabled = !m_owner->isEnabled();
         EXPECT_TRUE(wnd.isVisible());
         EXPECT_EQ(m_host.ui().modalDialog(), &wnd);
-        dynamic_cast<headless::HeadlessEdit*>(wnd.child(30))->typeText("台積電");
-        dynamic_cast<headless::HeadlessButton*>(wnd.child(10))->click();
-        dynamic_cast<headless::HeadlessButton*>(wnd.child(20))->click();
-        dynamic_cast<headless::HeadlessButton*>(wnd.child(1))->click();
+        control<headless::HeadlessEdit>(wnd.child(30)).typeText("台積電");
+        control<headless::HeadlessButton>(wnd.child(10)).click();
+        control<headless::HeadlessButton>(wnd.child(20)).click();
+        control<headless::HeadlessButton>(wnd.child(1)).click();
     });
     EXPECT_EQ(dialog.DoModal(), win::IDOK);
     EXPECT_TRUE(ownerDisabled) << "the owner takes no input while the dialog runs";
@@ -177,14 +187,14 @@ TEST_F(DialogEngineTest, RadioButtonsAreExclusiveWithinTheirGroupOnly) {
     TestDialog dialog(m_owner);
     ASSERT_TRUE(dialog.Create(m_owner));
     dialog.ShowWindow(true);
-    button(dialog, 23)->click();
-    button(dialog, 20)->click();
-    EXPECT_TRUE(button(dialog, 20)->isChecked());
-    EXPECT_FALSE(button(dialog, 21)->isChecked());
-    EXPECT_TRUE(button(dialog, 23)->isChecked()) << "another group is left alone";
-    button(dialog, 22)->click();
-    EXPECT_FALSE(button(dialog, 23)->isChecked());
-    EXPECT_TRUE(button(dialog, 20)->isChecked());
+    button(dialog, 23).click();
+    button(dialog, 20).click();
+    EXPECT_TRUE(button(dialog, 20).isChecked());
+    EXPECT_FALSE(button(dialog, 21).isChecked());
+    EXPECT_TRUE(button(dialog, 23).isChecked()) << "another group is left alone";
+    button(dialog, 22).click();
+    EXPECT_FALSE(button(dialog, 23).isChecked());
+    EXPECT_TRUE(button(dialog, 20).isChecked());
 }
 
 TEST_F(DialogEngineTest, EscapeCancelsEnterPressesTheDefaultOrFocusedButton) {
