@@ -47,6 +47,12 @@ TEST(StoryTextTest, EntriesAreTheSameStoryOnTheSameLocalDay) {
     EXPECT_TRUE(story::bSameEntry(a, b)) << "another time of the same day";
     b.m_tTime = taipei(24, 0);
     EXPECT_FALSE(story::bSameEntry(a, b)) << "midnight starts another day";
+    // Times the calendar cannot break down have no day: two such are alike, one alone is not.
+    b.m_tTime = std::numeric_limits<std::int64_t>::max();
+    EXPECT_FALSE(story::bSameEntry(a, b));
+    CHeadlineTable c = b;
+    c.m_tTime = std::numeric_limits<std::int64_t>::min();
+    EXPECT_TRUE(story::bSameEntry(b, c));
     for (const auto change :
          {+[](CHeadlineTable& e) { e.m_byService = 22; }, +[](CHeadlineTable& e) { e.m_iSeqNo = 8; },
           +[](CHeadlineTable& e) { e.m_llValue2 = 71; }, +[](CHeadlineTable& e) { e.m_ullLast = 6; }}) {
