@@ -93,6 +93,7 @@ TEST(DialogTemplateTest, MalformedFilesAreRefusedWithTheirLine) {
         {"size 10 10\n", "line 1: the first line must be 'dialog ID'"},
         {"dialog 1\n", "no 'size WIDTH HEIGHT' line"},
         {"dialog 1\ndialog 2\n", "line 2: 'dialog' is given twice"},
+        {"dialog 1 2\n", "line 1: expected 'dialog ID'"},
         {"dialog 70000\n", "line 1: the dialog id 70000 is outside 0..65535"},
         {head + "buton 1 0 0 1 1\n", "line 3: unknown keyword 'buton'"},
         {head + "button 1 0 0 1\n", "line 3: button needs: ID X Y WIDTH HEIGHT"},
@@ -108,6 +109,7 @@ TEST(DialogTemplateTest, MalformedFilesAreRefusedWithTheirLine) {
         {head + "style titled borderless\n", "line 3: a dialog cannot be both titled and borderless"},
         {head + "static 1 0 0 1 1 \"\xFF\xFE\"\n", "line 3: the line is not valid UTF-8"},
         {head + "static 1 0 0 1 1 \"\xC0\xAF\"\n", "line 3: the line is not valid UTF-8"},
+        {head + "static 1 0 0 1 1 \"\xED\xA0\x80\"\n", "line 3: the line is not valid UTF-8"}, // a surrogate
         {head + "static 1 0 0 1 1 \"a\x01\"\n", "line 3: the line holds a control character"},
         {head + "font \"\" 12\n", "line 3: a font needs a face name"},
         {head + "button 1 0 0 1 1 99999999999999999999\n", "line 3: unknown option"},

@@ -92,6 +92,9 @@ TEST_F(TipMessageTest, ItIsMadeHiddenAndNeverTakesTheKeyboard) {
 
 TEST_F(TipMessageTest, ColoursPaintTheTipAndItsText) {
     host::ui::Window* grid = m_view->GetSheet(0);
+    headless::RecordingDeviceContext fresh;
+    EXPECT_EQ(tip().OnCtlColor(fresh, tip().GetWnd()), CQuoteDlgTipMsg::kCtlColorNoBrush)
+        << "no colours given yet: no brush";
     tip().vSetInfo(nullptr, "x", 0x0000FF, 0x00FF00, 1000);
     tip().vShow(grid, 10, 10, false);
     auto* text = dynamic_cast<headless::HeadlessStatic*>(tip().GetWnd()->child(2349));
