@@ -8,7 +8,7 @@
 #include <QStringList>
 #include <QWidget>
 
-#include "adapters/qt/painter_dc.h"
+#include "adapters/qt/printer_dc.h"
 #include "adapters/qt/text_codec.h"
 #include "adapters/qt/window_core.h"
 
