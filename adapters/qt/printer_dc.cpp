@@ -53,6 +53,9 @@ QFont PrinterDeviceContext::resolveFont(const host::ui::Font& font) const {
     QFont result = toQFont(font);
     const QString family = printerFamily(font);
     result.setFamilies({family, QString::fromLatin1(kDefaultFontFamily)});
+    // Shaping substitutes glyph variants (digits next to Latin letters) that the PDF writer
+    // cannot map back to characters; plain glyphs keep the text of a PDF searchable.
+    result.setStyleStrategy(static_cast<QFont::StyleStrategy>(result.styleStrategy() | QFont::PreferNoShaping));
     return result;
 }
 
