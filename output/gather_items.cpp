@@ -12,11 +12,9 @@
 
 namespace news_output {
 
-namespace {
-
-// Gives every item the title of the last headline equal to it. The items are indexed by day
-// key first, so each headline finds its items at once instead of being compared with all.
 void vTakeTitles(NewsPrintList& items, const std::vector<CHeadline>& headlines) {
+    // The items are indexed by day key first, so each headline finds its items at once instead
+    // of being compared with all of them.
     EntryEquality equality;
     std::unordered_map<EntryEquality::DayKey, std::vector<std::size_t>, EntryEquality::DayKeyHash> index;
     index.reserve(items.size());
@@ -34,8 +32,6 @@ void vTakeTitles(NewsPrintList& items, const std::vector<CHeadline>& headlines) 
         }
     }
 }
-
-} // namespace
 
 bool bGatherItems(const TRVNewsCtrlView& view, StoryForm form, NewsPrintList& items) {
     items.clear();
