@@ -107,6 +107,15 @@ TEST_F(StdioFileTest, AFolderThatTakesNoNewFileStillLetsAnExistingFileBeWritten)
     EXPECT_EQ(read(path), "new\r\n");
 }
 
+TEST_F(StdioFileTest, ADeviceIsWrittenInPlaceNeverReplaced) {
+    host::CStdioFile file;
+    ASSERT_TRUE(file.Open("/dev/null"));
+    EXPECT_TRUE(file.WriteString("news\n"));
+    EXPECT_TRUE(file.Close());
+    EXPECT_TRUE(fs::is_character_file("/dev/null"));
+    EXPECT_TRUE(g_errors.empty());
+}
+
 TEST_F(StdioFileTest, TheMessageNamesTheFileAndTheReason) {
     const host::FileError error{host::FileError::Cause::kCreate, "/no/such/news.txt", ENOENT};
     const CString message = host::CStdioFile::FormatErrorMessage(error);
