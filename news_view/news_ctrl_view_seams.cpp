@@ -1,7 +1,7 @@
 // Operations of the view whose work belongs to parts of the module that are not built yet:
-// recovery and search answers, the search dialogs, printing, saving and the related-symbol
-// quote view. Each one does the least that keeps the view consistent (no data is made up)
-// until its part replaces it. The story answers already reach the story displays.
+// recovery and search answers, the search dialogs and the related-symbol quote view. Each one does the least that keeps the view consistent (no data is made up)
+// until its part replaces it. The story answers already reach the story displays and the
+// print and save jobs.
 #include "host/backend/bk_quote_interface.h"
 #include "host/framework/sync_info.h"
 #include "news_view/news_ctrl_view.h"
@@ -25,13 +25,13 @@ void TRVNewsCtrlView::OnReCoverStory() {
 void TRVNewsCtrlView::RespHeadLine(const std::vector<CHeadlineTable>& entries) {
     // Headlines became available: the next refresh writes the rows that are on screen.
     vRestartRefreshTimer();
+    vPassHeadlinesToOutput(entries);
     if (bPaneShowsStory() && m_pStoryView != nullptr) {
         m_pStoryView->RespHeadLine(entries);
     }
 }
 
 void TRVNewsCtrlView::RespStory(const CHeadlineTable& entry) {
-    // The print and save jobs take their share here once they exist.
     if (bPaneShowsStory()) {
         if (m_pStoryView != nullptr) {
             m_pStoryView->RespStory(entry);
@@ -39,6 +39,7 @@ void TRVNewsCtrlView::RespStory(const CHeadlineTable& entry) {
     } else if (m_pNewsStory != nullptr && m_pNewsStory->IsWindowVisible()) {
         m_pNewsStory->RespStory(entry);
     }
+    vPassStoryToOutput(entry);
 }
 
 void TRVNewsCtrlView::StoryUpdateNotify(const CHeadlineTable* entry) {
@@ -114,7 +115,7 @@ bool TRVNewsCtrlView::bInitialSearchCtrl(TRVCfgIO2* /*cfg*/, const CString& /*se
     return false;
 }
 
-// ---- Search dialogs, printing, saving ----
+// ---- Search dialogs ----
 
 void TRVNewsCtrlView::OnRelationSearchDlg() {
     // Opens the keyword-set dialog once it exists.
@@ -130,22 +131,6 @@ void TRVNewsCtrlView::OnDealsSearch() {
 
 void TRVNewsCtrlView::OnWarningSearchDlg() {
     // Opens the warning-term dialog once it exists.
-}
-
-void TRVNewsCtrlView::OnBtnPrint() {
-    OnPrintNews();
-}
-
-void TRVNewsCtrlView::OnBtnSaveas() {
-    OnSaveNews();
-}
-
-void TRVNewsCtrlView::OnPrintNews() {
-    // Prints the selected headlines and their stories once printing exists.
-}
-
-void TRVNewsCtrlView::OnSaveNews() {
-    // Saves the selected headlines and their stories once saving exists.
 }
 
 // ---- Related-symbol quote view ----

@@ -122,3 +122,7 @@ void TRVNewsCtrlView::passHeadlineToStory(const CHeadline& headline) {
         m_pStoryView->RecvNewHeadLine(&headline);
     }
 }
+
+host::ui::Window* TRVNewsCtrlView::pGetStoryDialogWnd() const {
+    return m_pNewsStory != nullptr ? m_pNewsStory->GetWnd() : nullptr;
+}

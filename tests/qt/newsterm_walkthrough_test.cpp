@@ -182,6 +182,11 @@ protected:
         return table->viewport()->rect().contains(cellRect);
     }
 
+    // How the story of a feed headline starts in a story display: its first paragraph, a line
+    // break where the feed marked one ("@@@@"), the second paragraph.
+    static QString storyStart(const QString& title) {
+        return title + QStringLiteral(" 第1段：市場消息。\r\n") + title + QStringLiteral(" 第2段");
+    }
     // The story pane's widget and the text of its story control.
     QWidget* storyPane() const {
         const NewsStoryView* pane = view().GetStoryPane();
@@ -492,7 +497,7 @@ TEST_F(NewstermWalkthroughTest, ShowTypeButtonCyclesTheStoryLayout) {
     EXPECT_NEAR(list->geometry().width(), area->width() / 2, 1) << "the list keeps the left half";
     EXPECT_TRUE(pane->isVisible());
     EXPECT_GT(pane->geometry().left(), list->geometry().right());
-    EXPECT_TRUE(waitUntil([&] { return paneStory().contains(newestTitle(today) + QStringLiteral(" 的內文")); }))
+    EXPECT_TRUE(waitUntil([&] { return paneStory().contains(storyStart(newestTitle(today))); }))
         << qPrintable(paneStory());
     EXPECT_TRUE(paneTitle().contains(newestTitle(today))) << "the headline is there, only not shown beside the list";
     const QRect beside = list->geometry();
@@ -607,9 +612,14 @@ protected:
     // The story the pane shows is the one of a row of the all-news list: its title, then the
     // second paragraph on a line of its own.
     ::testing::AssertionResult paneShowsRow(int row) const {
-        const QString expected = title(news::kModeAllNews, row) + QStringLiteral(" 的內文\r\n第二段");
+        // Rows on screen are written by the view's deferred refresh.
+        if (!waitUntil([&] { return !title(news::kModeAllNews, row).isEmpty(); })) {
+            return ::testing::AssertionFailure() << "row " << row << " was never written";
+        }
+        const QString expected = storyStart(title(news::kModeAllNews, row));
         if (!waitUntil([&] { return paneStory().contains(expected); })) {
-            return ::testing::AssertionFailure() << "row " << row << ": the pane shows " << qPrintable(paneStory());
+            return ::testing::AssertionFailure()
+                   << "row " << row << " (" << qPrintable(expected) << "): the pane shows " << qPrintable(paneStory());
         }
         return ::testing::AssertionSuccess();
     }
@@ -751,7 +761,7 @@ TEST_F(NewstermReadingTest, TheFlashLineOpensTheNewestStoryInTheBareViewer) {
     QWidget* viewer = qthost::QtUiHost::widgetOf(flash.viewer()->GetWnd());
     ASSERT_TRUE(waitUntil([&] { return viewer->isVisible(); }));
     const QString story = qthost::toQString(flash.viewer()->GetStoryControl()->text());
-    EXPECT_TRUE(story.contains(newest->title + QStringLiteral(" 的內文\r\n第二段"))) << qPrintable(story);
+    EXPECT_TRUE(story.contains(storyStart(newest->title))) << qPrintable(story);
     EXPECT_FALSE(qthost::QtUiHost::widgetOf(flash.viewer()->GetWnd()->child(8068))->isVisible())
         << "the bare viewer has no buttons";
 }
