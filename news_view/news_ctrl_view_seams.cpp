@@ -1,7 +1,7 @@
 // Operations of the view whose work belongs to parts of the module that are not built yet:
-// recovery and search answers, the search dialogs and the related-symbol quote view. Each one does the least that keeps the view consistent (no data is made up)
-// until its part replaces it. The story answers already reach the story displays and the
-// print and save jobs.
+// recovery and search answers, the search dialogs and the related-symbol quote view. Each one does the least that keeps
+// the view consistent (no data is made up) until its part replaces it. The story answers already reach the story
+// displays and the print and save jobs.
 #include "host/backend/bk_quote_interface.h"
 #include "host/framework/sync_info.h"
 #include "news_view/news_ctrl_view.h"
