@@ -272,6 +272,13 @@ public:
     int GetShowedStoryRow() const { return m_iShowedStoryRow; }
     std::int64_t GetCreateTime() const { return m_tCreateTime; }
     std::vector<RelationCondition>& RelationConditions() { return m_vRelation; }
+    // The search state: the active and edited search conditions, the quick-search history.
+    const CSearch& GetSearchCondition() const { return m_searchCondition; }
+    const CSearch& GetEditedSearchCondition() const { return m_searchEdited; }
+    const CSearch& GetWarningCondition() const { return m_warningCondition; }
+    const std::vector<CString>& GetSearchHistory() const { return m_vSearchHistory; }
+    const std::vector<CString>& GetKeywordPool() const { return m_vKeywordPool; }
+    const std::vector<CSearch>& GetRecentSearches() const { return m_vRecentSearch; }
     bool IsShowNormalSearch() const { return m_byShowNormalSearch != 0; }
     bool IsShowWarningSearch() const { return m_byShowWarningSearch != 0; }
     // The story pane as the window tree holds it (null when its class is not loaded).
@@ -443,6 +450,8 @@ private:
     void clearList(int list);
     // Passes a pushed headline on to the story display in use.
     void passHeadlineToStory(const CHeadline& headline);
+    // Shows a search tip (searching, not found) in the tip window over a grid.
+    void showSearchTip(host::ui::CSuperSheetWnd* grid, const CString& text, int durationMs);
 
     // ---- Story displays ----
     // Whether the embedded pane is the story display (news type 0 with a story show type).

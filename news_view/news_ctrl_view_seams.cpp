@@ -1,5 +1,5 @@
 // Operations of the view whose work belongs to parts of the module that are not built yet:
-// recovery and search answers, the search dialogs and the related-symbol quote view. Each one does the least that keeps
+// recovery, the relation and warning-term dialogs and the related-symbol quote view. Each one does the least that keeps
 // the view consistent (no data is made up) until its part replaces it. The story answers already reach the story
 // displays and the print and save jobs.
 #include "host/backend/bk_quote_interface.h"
@@ -89,26 +89,6 @@ void TRVNewsCtrlView::vRecvMultiSymbolMemoryRecovery(const std::vector<CMemoryIn
 
 // ---- Search ----
 
-void TRVNewsCtrlView::OnSearch() {
-    // The quick search of the search box comes with search results intake.
-    m_iShowedStoryRow = -1;
-}
-
-void TRVNewsCtrlView::RespSearchHeadLineTable(const CSearch& /*condition*/, unsigned char /*service*/) {
-    // Search answers are merged into the search lists once search intake is built.
-}
-
-void TRVNewsCtrlView::ProcessNewSearchHeadline(CSearch& /*condition*/, host::ui::CSuperSheetWnd* /*grid*/,
-                                               HeadlineTableList& /*table*/, const CHeadline& /*headline*/,
-                                               const CString& /*key*/) {
-    // Pushed headlines join the warning-term results once search intake is built.
-}
-
-void TRVNewsCtrlView::vDoSearchChangeSymbol(const CSearch& /*condition*/, unsigned char /*market*/,
-                                            const CString& /*symbolCode*/) {
-    // A symbol change re-runs the shown search once search intake is built.
-}
-
 bool TRVNewsCtrlView::bInitialSearchCtrl(TRVCfgIO2* /*cfg*/, const CString& /*section*/, int /*layout1*/,
                                          int /*layout2*/) {
     // The saved keywords, recent searches, key sets and warning items load with the dialogs.
@@ -119,14 +99,6 @@ bool TRVNewsCtrlView::bInitialSearchCtrl(TRVCfgIO2* /*cfg*/, const CString& /*se
 
 void TRVNewsCtrlView::OnRelationSearchDlg() {
     // Opens the keyword-set dialog once it exists.
-}
-
-void TRVNewsCtrlView::OnDealsSearchDlg() {
-    // Opens the advanced search dialog once it exists.
-}
-
-void TRVNewsCtrlView::OnDealsSearch() {
-    // Sends the prepared search to the services once deals search is built.
 }
 
 void TRVNewsCtrlView::OnWarningSearchDlg() {

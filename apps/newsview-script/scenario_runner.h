@@ -161,6 +161,8 @@ private:
     void doAdvance(const Statement& s);
     void doDrain(const Statement& s);
     void doMark(const Statement& s);
+    // `modal ACTION` + block (runner_modal.cpp).
+    void doModal(const Statement& s);
 
     // --- Story displays and dialogs (runner_story.cpp) ---
     void doTipMsg(const Statement& s);
