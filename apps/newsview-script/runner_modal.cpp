@@ -1,6 +1,7 @@
 // The modal block: `modal ACTION...` runs ACTION (any statement) and plays the user inside the
 // modal dialog it opens with the statements of its block, the last of which is `ok` or
-// `cancel`.
+// `cancel` (pressing OK or Cancel), or `closed` (the dialog has ended itself, as a double click
+// on a recent search does).
 #include <optional>
 
 #include "adapters/headless/headless_host.h"
@@ -26,10 +27,10 @@ void ScenarioRunner::doModal(const Statement& s) {
         statement.line += s.blockFirstLine - 1;
     }
     const auto isEnd = [](const Statement& st) {
-        return st.words.size() == 1 && (st.words[0].text == "ok" || st.words[0].text == "cancel");
+        return st.words.size() == 1 && (st.words[0].text == "ok" || st.words[0].text == "cancel" || st.words[0].text == "closed");
     };
     if (inside.empty() || !isEnd(inside.back())) {
-        scriptError(s, "a modal block ends with 'ok' or 'cancel'");
+        scriptError(s, "a modal block ends with 'ok', 'cancel' or 'closed'");
     }
     for (std::size_t i = 0; i + 1 < inside.size(); ++i) {
         if (isEnd(inside[i])) {
@@ -62,7 +63,19 @@ void ScenarioRunner::doModal(const Statement& s) {
         if (error) {
             return; // the host cancels the dialog; the run stops after it
         }
-        const unsigned id = inside.back().words[0].text == "ok" ? win::IDOK : win::IDCANCEL;
+        const std::string& end = inside.back().words[0].text;
+        const bool open = ui.modalDialog() == &dialog;
+        if (end == "closed") {
+            if (open) {
+                fail(inside.back(), "the dialog is still open");
+            }
+            return;
+        }
+        if (!open) {
+            fail(inside.back(), "the dialog has ended already");
+            return;
+        }
+        const unsigned id = end == "ok" ? win::IDOK : win::IDCANCEL;
         host::ui::Window* button = dialog.child(static_cast<int>(id));
         if (id == win::IDOK && button != nullptr && (!button->isVisible() || !button->isEnabled())) {
             fail(inside.back(), "the OK button of the dialog is hidden or disabled");
