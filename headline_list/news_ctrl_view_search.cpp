@@ -183,8 +183,10 @@ void TRVNewsCtrlView::vDoSearchChangeSymbol(const CSearch& condition, unsigned c
         OnDealsSearch();
         return;
     }
+    // The name is looked up by the quote code: the record is the market's, whatever id the
+    // news is searched by.
     CString name;
-    if (!bk->bGetItemDataByItemNo(name, market, symbol, kItemDisplayName)) {
+    if (!bk->bGetItemDataByItemNo(name, market, symbolCode, kItemDisplayName)) {
         return;
     }
     // Compared before any is changed: the copy names the stored condition it came from.
