@@ -274,6 +274,9 @@ public:
     std::vector<RelationCondition>& RelationConditions() { return m_vRelation; }
     // The search state: the active and edited search conditions, the quick-search history.
     const CSearch& GetSearchCondition() const { return m_searchCondition; }
+    // Makes a condition the active search of list 3 (a host restoring a search, a benchmark);
+    // OnDealsSearch sends it.
+    void SetSearchCondition(const CSearch& condition) { m_searchCondition = condition; }
     const CSearch& GetEditedSearchCondition() const { return m_searchEdited; }
     const CSearch& GetWarningCondition() const { return m_warningCondition; }
     const std::vector<CString>& GetSearchHistory() const { return m_vSearchHistory; }
