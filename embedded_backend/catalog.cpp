@@ -177,7 +177,8 @@ std::vector<CString> Catalog::findCandidates(const CString& text, std::size_t li
     std::vector<CString> out;
     for (std::size_t rank = 0; rank < ranked.size() && out.size() < limit; ++rank) {
         for (std::size_t i = 0; i < ranked[rank].size() && out.size() < limit; ++i) {
-            out.push_back("[" + owners[rank][i]->marketLabel + "] " + ranked[rank][i]->code + " " + ranked[rank][i]->name);
+            out.push_back("[" + owners[rank][i]->marketLabel + "] " + ranked[rank][i]->code + " " +
+                          ranked[rank][i]->name);
         }
     }
     return out;

@@ -47,7 +47,7 @@ void TRVNewsCtrlView::OnSearch() {
     if (cp950::contains(text, "AND") || cp950::contains(text, "OR")) {
         if (host::ui::UiHost* ui = host::HostContext::current().ui) {
             ui->dialogs().messageBox(GetWnd(), Lang("IDS_NEWSCTRLVIEW_STRING_REINPUT"), CString{},
-                           host::ui::win::MB_ICONEXCLAMATION);
+                                     host::ui::win::MB_ICONEXCLAMATION);
         }
         return;
     }
@@ -72,8 +72,8 @@ void TRVNewsCtrlView::RespSearchHeadLineTable(const CSearch& condition, unsigned
     } else {
         return; // an answer to a search that is no longer shown
     }
-    const int list = kind == BKQuoteInterface::kSearch && m_byShowWarningSearch != 0 ? news::kModeWarningSearch
-                                                                                      : news::kModeSearch;
+    const int list =
+        kind == BKQuoteInterface::kSearch && m_byShowWarningSearch != 0 ? news::kModeWarningSearch : news::kModeSearch;
     CSuperSheetWnd* grid = m_pSheet[static_cast<std::size_t>(list)];
     BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface();
     if (grid == nullptr || bk == nullptr) {

@@ -37,7 +37,7 @@ enum : int {
 
 constexpr int kRecentScopeWidth = 100;
 constexpr int kRecentMethodWidth = 80;
-constexpr int kRecentOtherWidths = 198; // the two fixed columns, the border and the scroll bar
+constexpr int kRecentOtherWidths = 198;     // the two fixed columns, the border and the scroll bar
 constexpr unsigned kRecentListStyle = 0x31; // grid lines, header drag-and-drop, full-row select
 constexpr int kItemDisplayName = 1019;
 constexpr int kItemDisplayNameRealMonth = 2020;
@@ -63,7 +63,8 @@ bool contains(const std::vector<CString>& list, const CString& text) {
 }
 
 bool beginsWithIgnoreCase(const CString& text, const CString& prefix) {
-    return text.size() >= prefix.size() && cp950::equalsIgnoreCase(std::string_view(text).substr(0, prefix.size()), prefix);
+    return text.size() >= prefix.size() &&
+           cp950::equalsIgnoreCase(std::string_view(text).substr(0, prefix.size()), prefix);
 }
 
 } // namespace
@@ -426,9 +427,8 @@ void CAdvSearchDlg::OnRemoveAll() {
         return;
     }
     host::ui::UiHost* ui = host::HostContext::current().ui;
-    if (ui == nullptr ||
-        ui->dialogs().messageBox(GetWnd(), Lang("IDS_DIALOG-DEAL-SEARCH_REQDELALL"), CString{},
-                       win::MB_YESNO | win::MB_ICONQUESTION) != win::IDYES) {
+    if (ui == nullptr || ui->dialogs().messageBox(GetWnd(), Lang("IDS_DIALOG-DEAL-SEARCH_REQDELALL"), CString{},
+                                                  win::MB_YESNO | win::MB_ICONQUESTION) != win::IDYES) {
         return;
     }
     m_search.m_vKeywords.clear();

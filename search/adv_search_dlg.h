@@ -101,12 +101,12 @@ private:
     int m_iSelRecent = -1;
     int m_iCurTab = 0;
     std::unique_ptr<QuoteTRVChangeSymbol> m_pSymbolPicker;
-    host::ui::Button* m_pPickerButton = nullptr;    // 9000
-    host::ui::TabStrip* m_pTab = nullptr;           // 2094
-    host::ui::ListBox* m_pCandidates = nullptr;     // 2093
-    host::ui::ListCtrl* m_pRecentList = nullptr;    // 2074
-    host::ui::ListBox* m_pPoolList = nullptr;       // 2059
-    host::ui::ListBox* m_pConditionList = nullptr;  // 2060
+    host::ui::Button* m_pPickerButton = nullptr;   // 9000
+    host::ui::TabStrip* m_pTab = nullptr;          // 2094
+    host::ui::ListBox* m_pCandidates = nullptr;    // 2093
+    host::ui::ListCtrl* m_pRecentList = nullptr;   // 2074
+    host::ui::ListBox* m_pPoolList = nullptr;      // 2059
+    host::ui::ListBox* m_pConditionList = nullptr; // 2060
     CString m_strKeyword;
     int m_iMethod = -1; // 0 OR, 1 AND
     int m_iScope = -1;  // 0 headline, 1 story, 2 both

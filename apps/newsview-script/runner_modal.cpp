@@ -27,7 +27,8 @@ void ScenarioRunner::doModal(const Statement& s) {
         statement.line += s.blockFirstLine - 1;
     }
     const auto isEnd = [](const Statement& st) {
-        return st.words.size() == 1 && (st.words[0].text == "ok" || st.words[0].text == "cancel" || st.words[0].text == "closed");
+        return st.words.size() == 1 &&
+               (st.words[0].text == "ok" || st.words[0].text == "cancel" || st.words[0].text == "closed");
     };
     if (inside.empty() || !isEnd(inside.back())) {
         scriptError(s, "a modal block ends with 'ok', 'cancel' or 'closed'");

@@ -97,7 +97,8 @@ World& world() {
 
 using Keywords = std::vector<const char*>;
 const std::vector<Keywords> kOneChar = {{"營"}, {"台"}, {"息"}, {"權"}, {"科"}, {"鴻"}, {"龜"}, {"業"}};
-const std::vector<Keywords> kTwoChars = {{"營收"}, {"法說"}, {"董事"}, {"台積"}, {"鴻海"}, {"權證"}, {"澄清"}, {"伺服"}};
+const std::vector<Keywords> kTwoChars = {{"營收"}, {"法說"}, {"董事"}, {"台積"},
+                                         {"鴻海"}, {"權證"}, {"澄清"}, {"伺服"}};
 const std::vector<Keywords> kThreeChars = {{"台積電"}, {"法說會"}, {"董事會"}, {"聯發科"},
                                            {"伺服器"}, {"除權息"}, {"電動車"}, {"庫藏股"}};
 const std::vector<Keywords> kSixChars = {{"董事會決議買"}, {"澄清財經媒體"}, {"履約價格重設"}, {"訂單能見度提"},
@@ -199,8 +200,9 @@ const embedded::Catalog& thirtyThousandSymbols() {
 void BM_FindSearchListKeystroke(benchmark::State& state) {
     const embedded::Catalog& catalog = thirtyThousandSymbols();
     // A person typing a code, then a name: one search per keystroke.
-    const std::vector<CString> typed = {"1", "12", "123", "1234", "12345", cp950::fromUtf8("台"),
-                                        cp950::fromUtf8("台積"), cp950::fromUtf8("台積電"), "A", "x"};
+    const std::vector<CString> typed = {
+        "1", "12", "123", "1234", "12345", cp950::fromUtf8("台"), cp950::fromUtf8("台積"), cp950::fromUtf8("台積電"),
+        "A", "x"};
     std::vector<double> millis;
     std::size_t n = 0;
     std::size_t found = 0;

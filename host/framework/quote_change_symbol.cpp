@@ -76,8 +76,9 @@ void QuoteTRVChangeSymbol::vFillMarkets() {
     }
     // Keeps the market the user had chosen, when the back end still serves it.
     const int previous = list->curSel();
-    const unsigned char chosen =
-        previous >= 0 && previous < static_cast<int>(m_vMarket.size()) ? m_vMarket[static_cast<std::size_t>(previous)] : 0;
+    const unsigned char chosen = previous >= 0 && previous < static_cast<int>(m_vMarket.size())
+                                     ? m_vMarket[static_cast<std::size_t>(previous)]
+                                     : 0;
     list->resetContent();
     m_vMarket.clear();
     std::vector<unsigned char> services;

@@ -69,7 +69,7 @@ TEST(CatalogSearchTest, CodesBeforeNamesPrefixesBeforeContainedTextAnyCaseOfCode
 
 TEST(CatalogSearchTest, ADoubleByteNameNeverMatchesOnItsSecondByte) {
     Catalog catalog;
-    catalog.addSymbol(16, "1111", big5("許功"));  // B3 5C A5 5C: both end in a backslash
+    catalog.addSymbol(16, "1111", big5("許功")); // B3 5C A5 5C: both end in a backslash
     catalog.addSymbol(16, "2222", big5("功課"));
     EXPECT_TRUE(catalog.findCandidates("\\", 10).empty());
     EXPECT_EQ(catalog.findCandidates(big5("功"), 10),
