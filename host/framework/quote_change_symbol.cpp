@@ -10,7 +10,7 @@ namespace win = host::ui::win;
 
 namespace {
 
-enum : int { kIdMarketList = 2122, kIdSymbolList = 2124, kIdChoose = 2125 };
+enum : int { kIdTree = 2122, kIdChoose = 2125 };
 
 constexpr const char* kMsgChangeSymbolBySearch = "RVMSGCHANGESYMBOLBYSEARCH";
 
@@ -22,8 +22,7 @@ const host::MessageMap<QuoteTRVChangeSymbol>& QuoteTRVChangeSymbol::GetMessageMa
     using Map = host::MessageMap<QuoteTRVChangeSymbol>;
     using T = QuoteTRVChangeSymbol;
     static const Map map{
-        Map::commandCode<&T::OnSelchangeMarket>(kIdMarketList, win::LBN_SELCHANGE),
-        Map::commandCode<&T::OnChoose>(kIdSymbolList, win::LBN_DBLCLK),
+        Map::notify<&T::OnDblclkTree>(kIdTree, win::NM_DBLCLK),
         Map::command<&T::OnChoose>(kIdChoose),
     };
     return map;
@@ -34,19 +33,19 @@ std::optional<host::ui::LRESULT> QuoteTRVChangeSymbol::dispatchMessageMap(const 
 }
 
 bool QuoteTRVChangeSymbol::OnInitDialog() {
-    vFillMarkets();
+    vFillTree();
     return true;
 }
 
 void QuoteTRVChangeSymbol::vSetShowStatus(bool shown) {
     m_bShowing = shown;
-    if (shown && m_vMarket.empty()) {
-        vFillMarkets();
+    if (shown && m_vSymbol.empty()) {
+        vFillTree();
     }
 }
 
 void QuoteTRVChangeSymbol::vDoSymbolUpdateTreeNode(host::ui::WPARAM /*update*/) {
-    vFillMarkets();
+    vFillTree();
 }
 
 void QuoteTRVChangeSymbol::CenterWindow() {
@@ -68,84 +67,67 @@ void QuoteTRVChangeSymbol::vActivate() {
     }
 }
 
-void QuoteTRVChangeSymbol::vFillMarkets() {
-    auto* list = GetDlgItemAs<host::ui::ListBox>(kIdMarketList);
+void QuoteTRVChangeSymbol::vFillTree() {
+    auto* tree = GetDlgItemAs<host::ui::TreeCtrl>(kIdTree);
     BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface();
-    if (list == nullptr) {
-        return;
-    }
-    // Keeps the market the user had chosen, when the back end still serves it.
-    const int previous = list->curSel();
-    const unsigned char chosen = previous >= 0 && previous < static_cast<int>(m_vMarket.size())
-                                     ? m_vMarket[static_cast<std::size_t>(previous)]
-                                     : 0;
-    list->resetContent();
-    m_vMarket.clear();
-    std::vector<unsigned char> services;
-    if (bk != nullptr && bk->bGetAllServiceID(services)) {
-        for (const unsigned char service : services) {
-            CString name;
-            if (!bk->BKQNEWS_bGetShortNameByService(name, service) || name.empty()) {
-                name = std::to_string(service);
-            }
-            list->addString(name);
-            m_vMarket.push_back(service);
-        }
-    }
-    int select = m_vMarket.empty() ? -1 : 0;
-    for (std::size_t i = 0; i < m_vMarket.size(); ++i) {
-        if (m_vMarket[i] == chosen) {
-            select = static_cast<int>(i);
-        }
-    }
-    list->setCurSel(select);
-    vFillSymbols();
-}
-
-void QuoteTRVChangeSymbol::vFillSymbols() {
-    auto* markets = GetDlgItemAs<host::ui::ListBox>(kIdMarketList);
-    auto* symbols = GetDlgItemAs<host::ui::ListBox>(kIdSymbolList);
-    if (markets == nullptr || symbols == nullptr) {
-        return;
-    }
-    symbols->setRedraw(false);
-    symbols->resetContent();
-    m_vCode.clear();
-    m_vName.clear();
-    const int market = markets->curSel();
     SearchObjInterface* search = SearchControl::GetSearchObjInterface();
-    if (market >= 0 && market < static_cast<int>(m_vMarket.size()) && search != nullptr &&
-        search->GetSymbolsByService(m_vMarket[static_cast<std::size_t>(market)], m_vCode, m_vName, 1) &&
-        m_vCode.size() == m_vName.size()) {
-        for (std::size_t i = 0; i < m_vCode.size(); ++i) {
-            symbols->addString(m_vCode[i] + " " + m_vName[i]);
-        }
-    } else {
-        m_vCode.clear();
-        m_vName.clear();
+    if (tree == nullptr) {
+        return;
     }
-    symbols->setRedraw(true);
+    // The chosen symbol stays chosen when the back end still lists it.
+    const std::intptr_t chosen = tree->itemData(tree->selectedItem());
+    const std::optional<CSymbolInfo> keep =
+        chosen > 0 && static_cast<std::size_t>(chosen) <= m_vSymbol.size()
+            ? std::optional<CSymbolInfo>(m_vSymbol[static_cast<std::size_t>(chosen - 1)])
+            : std::nullopt;
+    tree->setRedraw(false);
+    tree->deleteAllItems();
+    m_vSymbol.clear();
+    std::vector<unsigned char> markets;
+    if (bk != nullptr && bk->bGetAllServiceID(markets)) {
+        for (const unsigned char market : markets) {
+            CString label;
+            if (!bk->BKQNEWS_bGetShortNameByService(label, market) || label.empty()) {
+                label = std::to_string(market);
+            }
+            const host::ui::TreeCtrl::Item node = tree->insertItem(0, label, 0);
+            std::vector<CString> codes;
+            std::vector<CString> names;
+            if (search == nullptr || !search->GetSymbolsByService(market, codes, names, 1) ||
+                codes.size() != names.size()) {
+                continue;
+            }
+            for (std::size_t i = 0; i < codes.size(); ++i) {
+                m_vSymbol.push_back(CSymbolInfo{market, codes[i], names[i]});
+                const host::ui::TreeCtrl::Item item =
+                    tree->insertItem(node, codes[i] + " " + names[i], static_cast<std::intptr_t>(m_vSymbol.size()));
+                if (keep && *keep == m_vSymbol.back()) {
+                    tree->selectItem(item);
+                }
+            }
+        }
+    }
+    tree->setRedraw(true);
 }
 
-void QuoteTRVChangeSymbol::OnSelchangeMarket() {
-    vFillSymbols();
+void QuoteTRVChangeSymbol::OnDblclkTree(const host::ui::NotifyInfo& /*info*/) {
+    OnChoose();
 }
 
 void QuoteTRVChangeSymbol::OnChoose() {
-    auto* markets = GetDlgItemAs<host::ui::ListBox>(kIdMarketList);
-    auto* symbols = GetDlgItemAs<host::ui::ListBox>(kIdSymbolList);
+    auto* tree = GetDlgItemAs<host::ui::TreeCtrl>(kIdTree);
     host::ui::Window* parent = GetParentWnd();
-    if (markets == nullptr || symbols == nullptr || parent == nullptr || m_iMode != 1) {
+    if (tree == nullptr || parent == nullptr || m_iMode != 1) {
         return;
     }
-    const int market = markets->curSel();
-    const int row = symbols->curSel();
-    if (market < 0 || market >= static_cast<int>(m_vMarket.size()) || row < 0 ||
-        row >= static_cast<int>(m_vCode.size())) {
+    // A market is no symbol: choosing one only opens it.
+    const host::ui::TreeCtrl::Item item = tree->selectedItem();
+    const std::intptr_t index = tree->itemData(item);
+    if (index <= 0 || static_cast<std::size_t>(index) > m_vSymbol.size()) {
+        tree->expand(item, true);
         return;
     }
-    const CSymbolInfo symbol{m_vMarket[static_cast<std::size_t>(market)], m_vCode[static_cast<std::size_t>(row)],
-                             m_vName[static_cast<std::size_t>(row)]};
+    const CSymbolInfo symbol = m_vSymbol[static_cast<std::size_t>(index - 1)];
     m_lastChosen = symbol;
     parent->sendMessage(host::ui::RegisterWindowMessageA(kMsgChangeSymbolBySearch),
                         reinterpret_cast<host::ui::WPARAM>(&symbol), 0);

@@ -7,13 +7,11 @@
 #include "host/framework/dialog.h"
 #include "host/framework/message_map.h"
 
-// The host's symbol picker (template 2120): the markets the back end serves on the left, the
-// chosen market's symbols on the right. Choosing a symbol (double click, Enter or the choose
-// button) sends the registered message "RVMSGCHANGESYMBOLBYSEARCH" to the window that opened
-// the picker, its first parameter pointing at the chosen CSymbolInfo (valid during the call).
-// The picker is modeless and stays open for the next choice; Close or Escape hides it.
-// Ownership: the opener owns the object; the window belongs to the opener's window.
-// Thread: UI thread.
+// The host's symbol picker (template 2120): a tree of the markets the back end serves, each
+// with its symbols. Choosing a symbol (double click, Enter or the choose button) sends the registered message
+// "RVMSGCHANGESYMBOLBYSEARCH" to the window that opened the picker, its first parameter pointing at the chosen
+// CSymbolInfo (valid during the call). The picker is modeless and stays open for the next choice; Close or Escape hides
+// it. Ownership: the opener owns the object; the window belongs to the opener's window. Thread: UI thread.
 class QuoteTRVChangeSymbol : public CDialog {
 public:
     static constexpr int IDD = 2120;
@@ -33,7 +31,6 @@ public:
     void vActivate();
 
     bool IsShowing() const { return m_bShowing; }
-    const std::vector<unsigned char>& GetMarkets() const { return m_vMarket; }
     // The symbol last reported (nothing before the first choice).
     const std::optional<CSymbolInfo>& GetLastChosen() const { return m_lastChosen; }
 
@@ -44,15 +41,13 @@ protected:
 
 private:
     static const host::MessageMap<QuoteTRVChangeSymbol>& GetMessageMap();
-    void OnSelchangeMarket();
+    void OnDblclkTree(const host::ui::NotifyInfo& info);
     void OnChoose();
-    void vFillMarkets();
-    void vFillSymbols();
+    // Reads the markets and their symbols into the tree again, keeping the chosen item.
+    void vFillTree();
 
     int m_iMode;
     bool m_bShowing = false;
-    std::vector<unsigned char> m_vMarket; // market list order
-    std::vector<CString> m_vCode;         // symbol list order, of the selected market
-    std::vector<CString> m_vName;
+    std::vector<CSymbolInfo> m_vSymbol; // tree item data: index + 1 into this list (0: a market)
     std::optional<CSymbolInfo> m_lastChosen;
 };

@@ -8,6 +8,7 @@
 #include <QTableView>
 #include <QTest>
 #include <QTimer>
+#include <QTreeWidget>
 
 #include <gtest/gtest.h>
 
@@ -148,6 +149,54 @@ TEST_F(NewstermSearchTest, AdvancedSearchDialogTakesKeywordsByKeyboardAndSearche
         << qPrintable(searchTitles().join(QStringLiteral(" / ")));
     ASSERT_EQ(view().GetRecentSearches().size(), 1U);
     EXPECT_EQ(view().GetRecentSearches().front().m_byMethod, CSearch::kMethodOr);
+}
+
+TEST_F(NewstermSearchTest, SymbolPickerIsATreeOfMarketsWhoseSymbolsJoinTheCondition) {
+    clickTab(news::kModeSearch);
+    auto* advanced = widget<QPushButton>(news::kIdDealsSearchButton);
+    ASSERT_NE(advanced, nullptr);
+    QStringList added;
+    QTimer::singleShot(0, [&] {
+        QWidget* dialog = QApplication::activeModalWidget();
+        ASSERT_NE(dialog, nullptr);
+        host::ui::Window* wnd = qthost::QtUiHost::windowOf(dialog);
+        auto* tabs = qobject_cast<QTabBar*>(qthost::QtUiHost::widgetOf(wnd->child(2094)));
+        ASSERT_NE(tabs, nullptr);
+        click(tabs, tabs->tabRect(1).center());
+        auto* pickerButton = qobject_cast<QPushButton*>(qthost::QtUiHost::widgetOf(wnd->child(9000)));
+        ASSERT_TRUE(pickerButton != nullptr && pickerButton->isVisible());
+        click(pickerButton);
+        QTreeWidget* tree = nullptr;
+        ASSERT_TRUE(waitUntil([&] {
+            tree = dialog->findChild<QTreeWidget*>();
+            return tree != nullptr && tree->isVisible();
+        }));
+        // Markets at the top, their symbols below; the first market's first symbol, chosen
+        // with a double click.
+        ASSERT_GT(tree->topLevelItemCount(), 0);
+        QTreeWidgetItem* market = tree->topLevelItem(0);
+        ASSERT_GT(market->childCount(), 0);
+        tree->expandItem(market);
+        QTreeWidgetItem* symbol = market->child(0);
+        tree->scrollToItem(symbol);
+        const QRect cell = tree->visualItemRect(symbol);
+        QTest::mouseClick(tree->viewport(), Qt::LeftButton, Qt::NoModifier, cell.center());
+        QTest::mouseDClick(tree->viewport(), Qt::LeftButton, Qt::NoModifier, cell.center());
+        auto* condition = dynamic_cast<host::ui::ListBox*>(wnd->child(2060));
+        ASSERT_NE(condition, nullptr);
+        for (int i = 0; i < condition->count(); ++i) {
+            added << qthost::toQString(condition->itemText(i));
+        }
+        const QStringList parts = symbol->text(0).split(QLatin1Char(' '));
+        EXPECT_EQ(added.value(0), parts.value(0)) << "the code, then the name";
+        EXPECT_EQ(added.value(1), parts.mid(1).join(QString()));
+        if (const QString shot = QString::fromLocal8Bit(qgetenv("NEWS_SEARCH_PICKER_SHOT")); !shot.isEmpty()) {
+            tree->window()->grab().save(shot, "PNG");
+        }
+        QTest::keyClick(dialog, Qt::Key_Escape);
+    });
+    click(advanced);
+    EXPECT_EQ(added.size(), 2);
 }
 
 } // namespace
