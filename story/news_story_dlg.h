@@ -85,7 +85,7 @@ private:
     int m_iTableNum = -1;
     CStory m_story;
     CSearch m_search;
-    EntryEquality m_equality; // which answers concern the shown entry
+    EntryEquality m_equality;               // which answers concern the shown entry
     host::ui::RichEdit* m_pStory = nullptr; // owned by the window
     host::ui::Rect m_rcTitle;
     host::ui::Rect m_rcStory;
