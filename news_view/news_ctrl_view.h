@@ -455,6 +455,12 @@ private:
     void passHeadlineToStory(const CHeadline& headline);
     // Shows a search tip (searching, not found) in the tip window over a grid.
     void showSearchTip(host::ui::CSuperSheetWnd* grid, const CString& text, int durationMs);
+    // The back end's answers as the story displays take them: headlines that became available,
+    // a story that arrived, a story being updated. Each goes to the pane when it shows stories,
+    // else to the story window.
+    void passHeadlinesToStory(const std::vector<CHeadlineTable>& entries);
+    void passStoryToStory(const CHeadlineTable& entry);
+    void passStoryUpdateToStory(const CHeadlineTable* entry);
 
     // ---- Story displays ----
     // Whether the embedded pane is the story display (news type 0 with a story show type).

@@ -2,11 +2,7 @@
 // recovery, the relation and warning-term dialogs and the related-symbol quote view. Each one does the least that keeps
 // the view consistent (no data is made up) until its part replaces it. The story answers already reach the story
 // displays and the print and save jobs.
-#include "host/backend/bk_quote_interface.h"
-#include "host/framework/sync_info.h"
 #include "news_view/news_ctrl_view.h"
-#include "story/news_story_dlg.h"
-#include "story/news_story_view.h"
 
 // ---- Recovery and back-end answers ----
 
@@ -26,37 +22,16 @@ void TRVNewsCtrlView::RespHeadLine(const std::vector<CHeadlineTable>& entries) {
     // Headlines became available: the next refresh writes the rows that are on screen.
     vRestartRefreshTimer();
     vPassHeadlinesToOutput(entries);
-    if (bPaneShowsStory() && m_pStoryView != nullptr) {
-        m_pStoryView->RespHeadLine(entries);
-    }
+    passHeadlinesToStory(entries);
 }
 
 void TRVNewsCtrlView::RespStory(const CHeadlineTable& entry) {
-    if (bPaneShowsStory()) {
-        if (m_pStoryView != nullptr) {
-            m_pStoryView->RespStory(entry);
-        }
-    } else if (m_pNewsStory != nullptr && m_pNewsStory->IsWindowVisible()) {
-        m_pNewsStory->RespStory(entry);
-    }
+    passStoryToStory(entry);
     vPassStoryToOutput(entry);
 }
 
 void TRVNewsCtrlView::StoryUpdateNotify(const CHeadlineTable* entry) {
-    const bool dialogIsDisplay = !bPaneShowsStory();
-    if (dialogIsDisplay && (m_pNewsStory == nullptr || !m_pNewsStory->IsWindowVisible()) && m_pStoryView == nullptr) {
-        return;
-    }
-    const HeadlineTableList* table = GetTable(m_iCurrFunction);
-    if (entry == nullptr || table == nullptr || !bFindHeadlineTable(*entry, *table)) {
-        return;
-    }
-    // Kept: the window, which every view with a control set has, takes the notice before the pane.
-    if (m_pNewsStory != nullptr) {
-        m_pNewsStory->vStoryUpdateNotify(entry);
-    } else if (m_pStoryView != nullptr) {
-        m_pStoryView->vStoryUpdateNotify(entry);
-    }
+    passStoryUpdateToStory(entry);
 }
 
 void TRVNewsCtrlView::vRecvAllHeadlineTableRecovery(const CHeadlineTableInfo* /*info*/) {
