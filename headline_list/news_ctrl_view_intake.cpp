@@ -105,6 +105,7 @@ void TRVNewsCtrlView::vUpdateHeadline(int list, CSuperSheetWnd* grid, const std:
     if (bk == nullptr || grid == nullptr || entries.empty() || table.empty()) {
         return;
     }
+    // One look-up per service of the list, each with every entry: the back end picks out its own.
     std::vector<CHeadline> headlines;
     for (unsigned char service : vGetListServices(list)) {
         bk->BKQNEWS_iGetHeadline(service, headlines, entries);

@@ -21,7 +21,6 @@ class TRVNewsStory;
 class CQuoteDlgTipMsg;
 class TRVNewsPrint;
 class TRVSaveToFile;
-class CNewsRelateSymbolQuoteView;
 
 // The view's record of one news service, in the order the back end lists the services.
 struct NewsServiceEntry {
@@ -224,6 +223,10 @@ public:
     void OnReCoverHeadline();
     void OnReCoverHeadlineTable();
     void OnReCoverStory();
+    // Hands the back end's answers to the print and save jobs (each takes them only while it
+    // waits for headlines or stories).
+    void vPassHeadlinesToOutput(const std::vector<CHeadlineTable>& entries);
+    void vPassStoryToOutput(const CHeadlineTable& entry);
 
     // ---- Search results ----
     void OnSearch();
@@ -278,7 +281,9 @@ private:
     std::unique_ptr<host::ui::PopupMenu> m_pServiceMenu;
     news::LateOwned<TRVNewsStory> m_pNewsStory;
     news::LateOwned<CQuoteDlgTipMsg> m_pTipMsg;
-    CNewsRelateSymbolQuoteView* m_pRelateQuoteView = nullptr; // owned by the window tree
+    // The related-symbol quote view (a CNewsRelateSymbolQuoteView) as the window tree holds it;
+    // quote data reaches it through the receiver operations of its base. Owned by the window tree.
+    TRVQuoteBaseView* m_pRelateQuoteView = nullptr;
     NewsStoryView* m_pStoryView = nullptr;                    // owned by the window tree
     news::LateOwned<TRVNewsPrint> m_pNewsPrint;
     news::LateOwned<TRVSaveToFile> m_pSaveToFile;
@@ -358,12 +363,12 @@ private:
     CString m_strNewsSymbolCode;
     unsigned char m_byPrevSymbolService = 0;
     bool m_bSymbolFromLink = false;
-    // Position in the service menu of the item for service record index; -1 when it has none.
-    int serviceMenuPosition(std::size_t index) const;
+    // Sets the check mark of a service menu item by position; a position without an item is skipped.
+    void vCheckServiceMenuItem(int position, bool checked);
     // The code of the symbol-combo selection; empty when nothing is selected.
     CString selectedSymbolCode() const;
-    // Refills list 2 with the selected services' news of one symbol.
-    void reloadSymbolTable(const CString& code);
+    // Refills list 2 with the selected services' news of the current news symbol.
+    void reloadSymbolTable();
     // Shows or hides the grid and the three controls of the symbol-news mode.
     void showSymbolControls(bool show);
 
@@ -376,8 +381,10 @@ private:
     CString cszGetSelectedCategoryID() const;
     // The host's colours of a category the catalogue knows; false (colours unchanged) otherwise.
     bool bGetCategoryColorById(int id, COLORREF& text, COLORREF& background) const;
-    // Refills the category combo from the back end and selects the entry with this id (-1: the first).
-    void vFillCategoryCombo(int selectId);
+    // Refills the category combo from the back end and selects the entry with this id text
+    // (empty or absent: the first).
+    void vFillCategoryCombo(const CString& selectId);
+    std::vector<CString> m_vCategoryIdText; // category combo order: each item's id text as received
     // Rebuilds list 1 for the category-combo selection.
     void vLoadCategoryTable();
 
@@ -423,6 +430,30 @@ private:
     void clearList(int list);
     // Passes a pushed headline on to the story display in use.
     void passHeadlineToStory(const CHeadline& headline);
+
+    // ---- Recovery ----
+    // The first service entry with this id; null when the view does not list the service.
+    const NewsServiceEntry* findServiceEntry(unsigned char service) const;
+    // A service answered that it holds no data: its short name joins the caption text (once)
+    // and the tip, the caption text, separator and the text of tipKey, shows over the grid.
+    void vReportNoData(unsigned char service, host::ui::CSuperSheetWnd* grid, const char* separator,
+                       const char* tipKey);
+    // Replaces a list's table with recovered entries, newest first, and refills its grid.
+    void vSetRecoveredList(int list, std::vector<CHeadlineTable>& entries);
+    // The hand-over of answers to the story pane, the story dialog and the related-symbol
+    // quote view (each skipped while that display does not exist).
+    void vPassHeadlinesToStoryPane(const std::vector<CHeadlineTable>& entries);
+    void vPassStoryToStoryPane(const CHeadlineTable& entry);
+    void vPassStoryToStoryDialog(const CHeadlineTable& entry);
+    void vPassStoryUpdateToDisplays(const CHeadlineTable& entry);
+    void vPassSymbolsToRelateQuoteView(const CNewsSymLst& symbols);
+    // Whether the pop-up story dialog exists and is visible.
+    bool bStoryDialogShown() const;
+    // The story pane's headline position; -1 without a pane.
+    int iGetStoryPanePosition() const;
+    // Points the story display in use at the focused row and returns that row; -1 when there
+    // is no story display to point.
+    int iGetStoryDisplayPosition();
 
     // ---- Search ----
     CSearch m_searchCondition;       // ordinary search (quick search and deals search)

@@ -1,5 +1,6 @@
 // The category catalogue: id <-> short name, category colours, the category combo of the
 // category mode, showing or hiding the category column, and the colour scheme of the view.
+#include <algorithm>
 #include <cstdlib>
 #include <set>
 
@@ -99,22 +100,27 @@ int TRVNewsCtrlView::GetCategoryColor(const CString& name, COLORREF& text, COLOR
 // ---- Category combo and list 1 ----
 
 CString TRVNewsCtrlView::cszGetSelectedCategoryID() const {
-    if (m_pCategoryCombo == nullptr || m_pCategoryCombo->curSel() < 0) {
+    if (m_pCategoryCombo == nullptr) {
         return CString{};
     }
-    return std::to_string(m_pCategoryCombo->itemData(m_pCategoryCombo->curSel()));
+    const int sel = m_pCategoryCombo->curSel();
+    // The id text exactly as the back end gave it: pushes and answers are compared with it.
+    return sel >= 0 && static_cast<std::size_t>(sel) < m_vCategoryIdText.size()
+               ? m_vCategoryIdText[static_cast<std::size_t>(sel)]
+               : CString{};
 }
 
-void TRVNewsCtrlView::vFillCategoryCombo(int selectId) {
+void TRVNewsCtrlView::vFillCategoryCombo(const CString& selectId) {
     BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface();
     if (m_pCategoryCombo == nullptr || bk == nullptr) {
         return;
     }
     m_pCategoryCombo->setRedraw(false);
     m_pCategoryCombo->resetContent();
+    m_vCategoryIdText.clear();
     // Categories of the selected services in service order, each id once; the warrant service
     // has a catalogue of its own and no category list.
-    std::set<int> seen;
+    std::set<CString> seen;
     int selectIndex = -1;
     for (const NewsServiceEntry& entry : m_vService) {
         if (entry.m_bySelected == 0 || entry.m_byService == news::kServiceWarrant) {
@@ -126,18 +132,25 @@ void TRVNewsCtrlView::vFillCategoryCombo(int selectId) {
             continue;
         }
         for (std::size_t i = 0; i < ids.size() && i < names.size(); ++i) {
-            const int id = std::atoi(ids[i].c_str());
-            if (!seen.insert(id).second) {
+            if (!seen.insert(ids[i]).second) {
                 continue;
             }
+            const int id = std::atoi(ids[i].c_str());
             const int index = m_pCategoryCombo->addString(cszShowText(entry.m_byService, names[i]));
+            if (index < 0) {
+                continue;
+            }
+            m_vCategoryIdText.insert(m_vCategoryIdText.begin() +
+                                         std::min(static_cast<std::ptrdiff_t>(index),
+                                                  static_cast<std::ptrdiff_t>(m_vCategoryIdText.size())),
+                                     ids[i]);
             m_pCategoryCombo->setItemData(index, id);
             COLORREF text = 0;
             COLORREF background = 0;
             if (bGetCategoryColorById(id, text, background)) {
                 m_pCategoryCombo->setItemColors(index, text, background);
             }
-            if (id == selectId) {
+            if (!selectId.empty() && ids[i] == selectId) {
                 selectIndex = index;
             }
         }
@@ -180,7 +193,7 @@ bool TRVNewsCtrlView::bInitialCategoryInfo(TRVCfgIO2* cfg, const CString& sectio
     if (cfg != nullptr) {
         cfg->GetViewInfo(section, layout1, layout2, news::kViewKey, kKeyCategoryId, savedId);
     }
-    vFillCategoryCombo(savedId.empty() ? -1 : std::atoi(savedId.c_str()));
+    vFillCategoryCombo(savedId);
     vLoadCategoryTable();
     return m_pCategoryCombo != nullptr && m_pCategoryCombo->count() > 0;
 }
@@ -189,7 +202,7 @@ void TRVNewsCtrlView::vRefreshCategoryCombo(const CString& select) {
     if (m_pCategoryCombo == nullptr) {
         return;
     }
-    vFillCategoryCombo(-1);
+    vFillCategoryCombo(CString{});
     if (!select.empty()) {
         const int index = m_pCategoryCombo->findStringExact(0, select);
         if (index >= 0) {
