@@ -9,6 +9,7 @@
 #include "host/framework/cfg_io.h"
 #include "host/framework/item_display.h"
 #include "host/framework/sync_info.h"
+#include "host/framework/tab_color_set.h"
 #include "host/text/cp950.h"
 #include "host/text/profile.h"
 #include "news_view/news_ctrl_view.h"
@@ -245,9 +246,8 @@ void TRVNewsCtrlView::vChangeCast() {
 
     if (m_pTab != nullptr) {
         m_pTab->setFont(m_font);
-        m_pTab->setColors(sync.SYS_crGetOtherColor("COLOR_LISTCTL_HDTEXTCOLOR1"),
-                          sync.SYS_crGetOtherColor("COLOR_LISTCTL_HDBkCOLOR1"),
-                          sync.SYS_crGetOtherColor("COLOR_LISTCTL_CLICKLINE"));
+        const TRVTabColorSet colorSet;
+        colorSet.SetColorSet(*m_pTab);
     }
     host::ui::Window* controls[] = {m_pServiceButton, m_pRelationButton, m_pDealsButton, m_pSearchButton,
                                     m_pWarningButton, m_pShowTypeButton, m_pDateTime,    m_pServiceCombo,
@@ -263,19 +263,20 @@ void TRVNewsCtrlView::vChangeCast() {
         }
     }
 
-    const COLORREF normalText = sync.SYS_crGetOtherColor("COLOR_LISTCTL_NORMALTEXT");
-    const COLORREF backgroundSlash = sync.SYS_crGetOtherColor("COLOR_LISTCTL_BACKGROUNDSLASH");
-    const COLORREF clickLine = sync.SYS_crGetOtherColor("COLOR_LISTCTL_CLICKLINE");
+    // Seven reads in this order, the normal text twice. The stripe and grey focus colours are
+    // read with the rest but no grid setter takes them: the rows wear the view's own two
+    // background colours, which the host keeps.
+    const COLORREF focusText = sync.SYS_crGetOtherColor("COLOR_LISTCTL_NORMALTEXT");
+    sync.SYS_crGetOtherColor("COLOR_LISTCTL_BACKGROUNDSLASH");
+    const COLORREF focusBack = sync.SYS_crGetOtherColor("COLOR_LISTCTL_CLICKLINE");
+    sync.SYS_crGetOtherColor("COLOR_LISTCTL_CLICKLINE_GRAY");
     const COLORREF headerBack = sync.SYS_crGetOtherColor("COLOR_LISTCTL_HDBkCOLOR1");
     const COLORREF headerText = sync.SYS_crGetOtherColor("COLOR_LISTCTL_HDTEXTCOLOR1");
     const COLORREF text = sync.SYS_crGetOtherColor("COLOR_LISTCTL_NORMALTEXT");
 
-    // The view's own colours: plain rows on the list background, every other row striped.
-    m_crBackground = sync.SYS_crGetOtherColor("COLOR_LISTCTL_BACKGROUND");
-    m_crRowBack1 = m_crBackground;
-    m_crRowBack2 = backgroundSlash;
-    SetBackColor(m_crBackground);
-
+    m_crBackground = GetBackColor();
+    m_crRowBack1 = GetBackColor();
+    m_crRowBack2 = GetStripeColor();
     for (host::ui::CSuperSheetWnd* grid : m_pSheet) {
         if (grid == nullptr) {
             continue;
@@ -284,8 +285,7 @@ void TRVNewsCtrlView::vChangeCast() {
         grid->vSetHeaderRowFgColor(headerText);
         grid->vSetFrameColor(headerBack);
         grid->vSetBkColor(m_crRowBack1, m_crRowBack2);
-        // The focus row: normal text on the click-line colour.
-        grid->vSetFocusColor(true, normalText, clickLine);
+        grid->vSetFocusColor(true, focusText, focusBack);
         grid->vSetFgColor(text);
         grid->vSetFont(m_font);
     }

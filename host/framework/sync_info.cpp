@@ -26,6 +26,9 @@ void CSyncInfo::setCurrentSymbol(unsigned char group, unsigned char service, con
 }
 
 COLORREF CSyncInfo::SYS_crGetOtherColor(const CString& name) const {
+    if (m_colorReadLog != nullptr) {
+        m_colorReadLog->push_back(name);
+    }
     const auto it = m_colors.find(name);
     return it == m_colors.end() ? 0 : it->second;
 }
@@ -44,6 +47,7 @@ void CSyncInfo::reset() {
     m_iPopupWndPosition = 0;
     m_bLinkNews = false;
     m_symbols.clear();
+    m_colorReadLog = nullptr;
     m_setting = CSettingCFG{};
     ++m_colorVersion;
     m_colors = {
