@@ -15,6 +15,7 @@
 #include "host/ui/sheet.h"
 #include "news_view/late_owned.h"
 #include "news_view/news_ids.h"
+#include "search/news_key.h"
 
 class NewsStoryView;
 class TRVNewsStory;
@@ -256,6 +257,13 @@ public:
     NewsStoryView* GetStoryPane() const { return m_pStoryView; }
     std::int64_t GetCreateTime() const { return m_tCreateTime; }
     std::vector<RelationCondition>& RelationConditions() { return m_vRelation; }
+    // The search state the search dialogs edit and the settings keep.
+    std::vector<CString>& KeywordPool() { return m_vKeywordPool; }
+    std::vector<CSearch>& RecentSearches() { return m_vRecentSearch; }
+    std::vector<CSearch>& WarningItems() { return m_vWarningItems; }
+    int GetWarningItemOrder() const { return m_iWarningItemOrder; }
+    void SetWarningItemOrder(int order) { m_iWarningItemOrder = order; }
+    std::vector<CNewsKey>& NewsKeys() { return m_vNewsKey; }
     bool IsShowNormalSearch() const { return m_byShowNormalSearch != 0; }
     bool IsShowWarningSearch() const { return m_byShowWarningSearch != 0; }
     // The story pane as the window tree holds it (null when its class is not loaded).
@@ -347,6 +355,7 @@ private:
 
     // ---- Settings ----
     TRVCfgIO2* m_pCfg = nullptr; // lent by the host for the once-only loaders
+    CString m_strSavedCategoryId; // "CategoryID" as read: saved again while no category is selected
     CString m_strCfgSection;
     int m_iLayout1 = 0;
     int m_iLayout2 = 0;
@@ -467,6 +476,13 @@ private:
     std::vector<CSearch> m_vRecentSearch;
     std::vector<CSearch> m_vWarningItems;
     int m_iWarningItemOrder = 0;
+    std::vector<CNewsKey> m_vNewsKey; // the stored key sets of the relation search
+    // Saved search values that could not be read, by key, written back unchanged while the
+    // list they stand for is still empty: an unreadable value is never lost by a save.
+    std::map<CString, CString> m_mapUnreadSearchSetting;
+    bool m_bSearchSettingsRead = false; // bInitialSearchCtrl ran
+    // Writes the search keys; only after they were read, so a view without search leaves them.
+    void vSaveSearchSettings(TRVCfgIO2* cfg, const CString& section, int layout1, int layout2);
     CString m_strSearchText;
     CString m_strPrevSearchText;
     std::vector<RelationCondition> m_vRelation;

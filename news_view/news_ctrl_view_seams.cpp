@@ -136,12 +136,6 @@ void TRVNewsCtrlView::vDoSearchChangeSymbol(const CSearch& /*condition*/, unsign
     // A symbol change re-runs the shown search once search intake is built.
 }
 
-bool TRVNewsCtrlView::bInitialSearchCtrl(TRVCfgIO2* /*cfg*/, const CString& /*section*/, int /*layout1*/,
-                                         int /*layout2*/) {
-    // The saved keywords, recent searches, key sets and warning items load with the dialogs.
-    return false;
-}
-
 // ---- Search dialogs, printing, saving ----
 
 void TRVNewsCtrlView::OnRelationSearchDlg() {
