@@ -328,6 +328,9 @@ std::string replayLine(const FeedEvent& e, double at) {
         if (e.story) {
             out += ",\"story\":" + jsonQuote(cp950::toUtf8(*e.story));
         }
+        if (e.lost) {
+            out += ",\"lost\":true";
+        }
         break;
     case FeedEventKind::Story:
         out += "\"story\",\"service\":" + service + ",\"seq\":" + std::to_string(e.seq);

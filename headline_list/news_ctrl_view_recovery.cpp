@@ -55,8 +55,7 @@ void TRVNewsCtrlView::vReportNoData(unsigned char service, CSuperSheetWnd* grid,
 void TRVNewsCtrlView::vSetRecoveredList(int list, std::vector<CHeadlineTable>& entries) {
     CSuperSheetWnd* grid = m_pSheet[static_cast<std::size_t>(list)];
     HeadlineTableList& table = m_vHeadlineTable[static_cast<std::size_t>(list)];
-    table.assign(entries);
-    table.sortNewestFirst();
+    table.assignNewestFirst(entries);
     // Row i stays entry i: an empty answer leaves an empty grid too.
     vFillHeadlineTable(grid, table, true);
     vFillHeadline(list, grid, table, showsDate(list));
