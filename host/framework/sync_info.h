@@ -54,6 +54,8 @@ public:
 
     // Back to the defaults (a dark quote-screen palette, no symbols, pop-up position 0).
     void reset();
+    // The named colours of the default palette.
+    static const std::map<CString, COLORREF>& DefaultColors();
 
 private:
     CSyncInfo();
