@@ -32,9 +32,9 @@ void Ingest::send(NewsBatch& batch, bool toStore) {
         return;
     }
     if (batch.recovery) {
-        m_stats.recovered += static_cast<std::uint64_t>(std::count_if(
-            batch.changes.begin(), batch.changes.end(),
-            [](const NewsChange& c) { return std::holds_alternative<HeadlineRecord>(c); }));
+        m_stats.recovered += static_cast<std::uint64_t>(
+            std::count_if(batch.changes.begin(), batch.changes.end(),
+                          [](const NewsChange& c) { return std::holds_alternative<HeadlineRecord>(c); }));
     }
     auto shared = std::make_shared<const NewsBatch>(std::move(batch));
     batch = NewsBatch{};

@@ -70,7 +70,7 @@ void LinkGaps::lost(const FeedEvent& event, int day) {
 }
 
 std::vector<std::pair<std::int32_t, std::int32_t>> LinkGaps::received(unsigned char service, int day,
-                                                                       std::int32_t seq) {
+                                                                      std::int32_t seq) {
     const Key key{service, day};
     std::int32_t& high = m_serverHigh.try_emplace(key, -1).first->second;
     high = std::max(high, seq);

@@ -49,8 +49,8 @@ private:
         std::set<std::pair<unsigned char, CString>> symbolTables;
         std::vector<CHeadlineTable> headlines;
         std::set<std::tuple<unsigned char, std::int64_t, std::int32_t>> fresh; // keys of those headlines
-        std::vector<CHeadlineTable> stories;       // first stories of headlines held before
-        std::vector<CHeadlineTable> storyUpdates;  // corrected stories of headlines held before
+        std::vector<CHeadlineTable> stories;                                   // first stories of headlines held before
+        std::vector<CHeadlineTable> storyUpdates; // corrected stories of headlines held before
     };
     void applyHeadline(const HeadlineRecord& h, bool recovering, Recovery& recovery);
     void applyStory(const StoryRecord& s, bool recovering, Recovery& recovery);

@@ -197,7 +197,8 @@ bool TRVNewsCtrlView::InitialHeadlineTable(int list) {
         m_vService[static_cast<std::size_t>(m_iWarrantIndex)].m_bySelected = 1;
         RegisterService(news::kServiceWarrant);
         std::vector<CHeadlineTable> entries;
-        bk->BKQNEWS_iGetHeadlineTable(news::kServiceWarrant, entries, BKQuoteInterface::kByDate, dateKey(m_pDateTime, pickedDate()));
+        bk->BKQNEWS_iGetHeadlineTable(news::kServiceWarrant, entries, BKQuoteInterface::kByDate,
+                                      dateKey(m_pDateTime, pickedDate()));
         table.assign(entries);
         if (table.empty()) {
             SetCaptionText(CString{});

@@ -126,8 +126,9 @@ void TRVNewsCtrlView::OnReCoverHeadlineTable() {
     case news::kModeCategory: {
         const CString category = cszGetSelectedCategoryID();
         if (!category.empty()) {
-            toSelected(
-                [&](unsigned char s) { bk->BKNEWS_bReRequestHeadlineTable(s, BKQuoteInterface::kByCategory, category); });
+            toSelected([&](unsigned char s) {
+                bk->BKNEWS_bReRequestHeadlineTable(s, BKQuoteInterface::kByCategory, category);
+            });
         }
         break;
     }

@@ -292,7 +292,7 @@ private:
     // The related-symbol quote view (a CNewsRelateSymbolQuoteView) as the window tree holds it;
     // quote data reaches it through the receiver operations of its base. Owned by the window tree.
     TRVQuoteBaseView* m_pRelateQuoteView = nullptr;
-    NewsStoryView* m_pStoryView = nullptr;                    // owned by the window tree
+    NewsStoryView* m_pStoryView = nullptr; // owned by the window tree
     news::LateOwned<TRVNewsPrint> m_pNewsPrint;
     news::LateOwned<TRVSaveToFile> m_pSaveToFile;
     host::ui::DatePicker* m_pDateTime = nullptr;
@@ -354,7 +354,7 @@ private:
     void vPlaceFunctionButtons(const host::ui::Rect& area, int top, int bottom, int rightmost, int fontHeight);
 
     // ---- Settings ----
-    TRVCfgIO2* m_pCfg = nullptr; // lent by the host for the once-only loaders
+    TRVCfgIO2* m_pCfg = nullptr;  // lent by the host for the once-only loaders
     CString m_strSavedCategoryId; // "CategoryID" as read: saved again while no category is selected
     CString m_strCfgSection;
     int m_iLayout1 = 0;

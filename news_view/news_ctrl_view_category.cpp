@@ -141,10 +141,10 @@ void TRVNewsCtrlView::vFillCategoryCombo(const CString& selectId) {
             if (index < 0) {
                 continue;
             }
-            m_vCategoryIdText.insert(m_vCategoryIdText.begin() +
-                                         std::min(static_cast<std::ptrdiff_t>(index),
-                                                  static_cast<std::ptrdiff_t>(m_vCategoryIdText.size())),
-                                     ids[i]);
+            m_vCategoryIdText.insert(
+                m_vCategoryIdText.begin() +
+                    std::min(static_cast<std::ptrdiff_t>(index), static_cast<std::ptrdiff_t>(m_vCategoryIdText.size())),
+                ids[i]);
             m_pCategoryCombo->setItemData(index, id);
             COLORREF text = 0;
             COLORREF background = 0;

@@ -22,8 +22,7 @@ constexpr std::size_t kRecentSearchMax = 10;
 
 // Reads one list of records, each from its own text; false (out unchanged) when the value or
 // any record in it is malformed.
-template <class Record, class Load>
-bool readRecords(const CString& value, std::vector<Record>& out, Load load) {
+template <class Record, class Load> bool readRecords(const CString& value, std::vector<Record>& out, Load load) {
     const std::optional<std::vector<CString>> texts = news::DecodeTextList(value);
     if (!texts) {
         return false;

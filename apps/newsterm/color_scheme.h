@@ -7,7 +7,7 @@ namespace newsterm {
 // The terminal's two colour schemes for the news view.
 enum class ColorScheme { Dark, Light };
 
-QString schemeName(ColorScheme scheme); // "dark", "light"
+QString schemeName(ColorScheme scheme);          // "dark", "light"
 ColorScheme schemeFromName(const QString& name); // anything unknown: Dark
 
 // Sets the host's named colours of a scheme. Views made afterwards start with them.

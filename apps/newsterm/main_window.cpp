@@ -86,8 +86,8 @@ void MainWindow::buildMenus() {
     QMenu* viewMenu = menuBar()->addMenu(text("檢視(&V)", "&View"));
     auto* schemes = new QActionGroup(viewMenu);
     const QString current = schemeName(schemeFromName(m_settings.colorScheme()));
-    for (const auto& [name, chinese, english] : {std::tuple{"dark", "深色配色(&D)", "&Dark colours"},
-                                                 std::tuple{"light", "淺色配色(&L)", "&Light colours"}}) {
+    for (const auto& [name, chinese, english] :
+         {std::tuple{"dark", "深色配色(&D)", "&Dark colours"}, std::tuple{"light", "淺色配色(&L)", "&Light colours"}}) {
         QAction* action = viewMenu->addAction(text(chinese, english));
         const QString scheme = QString::fromLatin1(name);
         action->setObjectName(QStringLiteral("scheme-") + scheme);

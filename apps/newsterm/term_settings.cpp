@@ -42,8 +42,8 @@ QString TermSettings::load() {
     }
     const QString reason = QString::fromStdString(result.error);
     // Kept beside the original under a name that says why and when, never over an earlier one.
-    const QString why = result.status == CfgFileStore::LoadStatus::kTooNew ? QStringLiteral("newer")
-                                                                           : QStringLiteral("damaged");
+    const QString why =
+        result.status == CfgFileStore::LoadStatus::kTooNew ? QStringLiteral("newer") : QStringLiteral("damaged");
     const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
     QString aside = QStringLiteral("%1.%2-%3").arg(m_path, why, stamp);
     for (int n = 2; QFileInfo::exists(aside); ++n) {
@@ -111,8 +111,7 @@ void TermSettings::setColorScheme(const QString& scheme) {
 
 QString TermSettings::symbol() const {
     CString value;
-    return m_store.GetViewInfo(kSection, 0, 0, kWindowKey, "symbol", value) ? QString::fromStdString(value)
-                                                                            : QString();
+    return m_store.GetViewInfo(kSection, 0, 0, kWindowKey, "symbol", value) ? QString::fromStdString(value) : QString();
 }
 
 void TermSettings::setSymbol(const QString& symbol) {

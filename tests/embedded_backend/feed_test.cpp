@@ -74,13 +74,13 @@ TEST(ReplayLine, BadLinesSayWhy) {
         R"({"at":1,"event":"headline","service":"16","seq":1,"title":"x"})", // number as text
         R"({"at":1,"event":"headline","service":16,"seq":1,"title":"x","symbols":[3]})",
         R"({"at":1,"event":"headline","service":16,"seq":1,"title":"x","lost":1})", // lost is true or false
-        R"({"at":-1,"event":"disconnect"})",                           // negative offset
-        R"({"event":"disconnect"})",                                   // no offset
-        R"({"at":1,"event":"story","service":16,"seq":1})",            // story without text
-        R"({"at":1,"event":"newday","service":16,"date":"20240230"})", // no such date
-        R"({"at":1,"event":"rename"})",                                // unknown event
-        R"([1,2])",                                                    // not an object
-        R"({"at":1,"event":"disconnect")",                             // broken JSON
+        R"({"at":-1,"event":"disconnect"})",                                        // negative offset
+        R"({"event":"disconnect"})",                                                // no offset
+        R"({"at":1,"event":"story","service":16,"seq":1})",                         // story without text
+        R"({"at":1,"event":"newday","service":16,"date":"20240230"})",              // no such date
+        R"({"at":1,"event":"rename"})",                                             // unknown event
+        R"([1,2])",                                                                 // not an object
+        R"({"at":1,"event":"disconnect")",                                          // broken JSON
     };
     for (const char* line : bad) {
         FeedEvent e;

@@ -81,7 +81,8 @@ TEST_F(CorrectionsTest, ANewDayReportNeverUpdatesTheServiceEntrySoTheSameReportP
     m_view->vRecvNewMarketStatus(&again);
     ASSERT_TRUE(picker().date(date));
     EXPECT_EQ(date, (Date{2024, 1, 3})) << "the repeated report moves the picker again";
-    EXPECT_EQ(m_backend.countCalls("BKQNEWS_cszGetCurrDateByService", mark), 2u) << "and rebuilds the list for each checked service";
+    EXPECT_EQ(m_backend.countCalls("BKQNEWS_cszGetCurrDateByService", mark), 2u)
+        << "and rebuilds the list for each checked service";
     EXPECT_EQ(seqs(news::kModeAllNews), std::vector<std::int32_t>{1});
 }
 

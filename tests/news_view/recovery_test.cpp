@@ -45,7 +45,7 @@ TEST_F(RecoveryTest, ACategoryAnswerRebuildsTheListOnlyForTheSelectedCategoryAnd
 
     m_backend.recoverCategoryTable(16, "2", {meeting});
     EXPECT_EQ(seqs(news::kModeCategory), std::vector<std::int32_t>{1}) << "another category";
-    m_view->OnSelectCheckService(5051);                            // Hong Kong off
+    m_view->OnSelectCheckService(5051); // Hong Kong off
     m_backend.recoverCategoryTable(22, "1", {first, second});
     EXPECT_EQ(seqs(news::kModeCategory), std::vector<std::int32_t>{1}) << "an unchecked service";
 

@@ -38,8 +38,8 @@ protected:
 
 TEST_F(SearchSettingsTest, TheSearchStateSurvivesASaveAndANewViewHostileTextsIncluded) {
     createView();
-    const std::vector<CString> pool = {"台積電", "AI,5G", "100%", " lead", "", "\xB3\x5C\xA5\x5C", "lone \xA1",
-                                       "C:1 T:3 K:A", "2:x,y"};
+    const std::vector<CString> pool = {"台積電",           "AI,5G",     "100%",        " lead", "",
+                                       "\xB3\x5C\xA5\x5C", "lone \xA1", "C:1 T:3 K:A", "2:x,y"};
     std::vector<CSearch> recent;
     for (int i = 0; i < 10; ++i) {
         recent.push_back(search({"k" + std::to_string(i), "a;b=c", "\r\n"}, static_cast<unsigned char>(i % 3), 1));
@@ -58,7 +58,8 @@ TEST_F(SearchSettingsTest, TheSearchStateSurvivesASaveAndANewViewHostileTextsInc
     EXPECT_EQ(m_view->NewsKeys(), keySets);
     EXPECT_EQ(m_view->WarningItems(), warnings);
     EXPECT_EQ(m_view->GetWarningItemOrder(), -3);
-    EXPECT_EQ(m_cfg.get("!RVNEWS_NEWSKEY_KEYWORDSETTING"), "2:C:1%20T:3%2C7%20K:A%2CB,C:2%20T:-999%20K:x%2520y%2C%252C%2C%25-")
+    EXPECT_EQ(m_cfg.get("!RVNEWS_NEWSKEY_KEYWORDSETTING"),
+              "2:C:1%20T:3%2C7%20K:A%2CB,C:2%20T:-999%20K:x%2520y%2C%252C%2C%25-")
         << "each key set in its string form, as an element of the list";
 }
 

@@ -46,8 +46,9 @@ print all-news-audit
     long missing = -1;
     long extra = -1;
     long rows = -1;
-    ASSERT_EQ(std::sscanf(text.c_str() + at, "all-news-audit: entries %ld duplicates %ld missing %ld extra %ld rows %ld",
-                          &entries, &duplicates, &missing, &extra, &rows),
+    ASSERT_EQ(std::sscanf(text.c_str() + at,
+                          "all-news-audit: entries %ld duplicates %ld missing %ld extra %ld rows %ld", &entries,
+                          &duplicates, &missing, &extra, &rows),
               5);
     EXPECT_EQ(duplicates, 0);
     EXPECT_EQ(missing, 0);

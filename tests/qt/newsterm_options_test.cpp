@@ -85,7 +85,6 @@ TEST(NewstermSettingsTest, GeometryLanguageAndViewSettingsSurviveARestart) {
     EXPECT_TRUE(QDir(home.path() + QStringLiteral("/newsterm")).entryList(QDir::Files) ==
                 QStringList{QStringLiteral("layout.cfg")})
         << "no temporary file is left behind";
-
 }
 
 // Writes bytes to a file, replacing it.

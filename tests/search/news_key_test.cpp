@@ -37,17 +37,37 @@ TEST(NewsKeyStringForm, EveryKeywordByteSurvives) {
     CNewsKey back;
     ASSERT_TRUE(back.LoadString(text)) << text;
     EXPECT_EQ(back, hostile);
-    EXPECT_NE(CNewsKey(1, {}, {""}).GetString(), CNewsKey(1, {}, {}).GetString())
-        << "one empty keyword is not none";
+    EXPECT_NE(CNewsKey(1, {}, {""}).GetString(), CNewsKey(1, {}, {}).GetString()) << "one empty keyword is not none";
 }
 
 TEST(NewsKeyStringForm, MalformedTextIsRefusedAndChangesNothing) {
     const CNewsKey before(2, {5}, {"kept"});
-    for (const char* bad : {"", "C:1", "C:1 T:3", "C:1 K:A T:3", "c:1 T:3 K:A", "C:1  T:3 K:A", "C:1 T:3 K:A ",
-                            "C: T:3 K:A", "C:01 T:3 K:A", "C:+1 T:3 K:A", "C:-0 T:3 K:A", "C:2147483648 T: K:",
-                            "C:1 T:3,,7 K:A", "C:1 T:3, K:A", "C:1 T:,3 K:A", "C:1 T:x K:A", "C:1 T:3 K:A,,B",
-                            "C:1 T:3 K:,", "C:1 T:3 K:a b", "C:1 T:3 K:%2", "C:1 T:3 K:%41", "C:1 T:3 K:%2c",
-                            "C:1 T:3 K:A%-", "C:1 T:3 K:A K:B", "X C:1 T:3 K:A", "C:1 T:3 K:A\n"}) {
+    for (const char* bad : {"",
+                            "C:1",
+                            "C:1 T:3",
+                            "C:1 K:A T:3",
+                            "c:1 T:3 K:A",
+                            "C:1  T:3 K:A",
+                            "C:1 T:3 K:A ",
+                            "C: T:3 K:A",
+                            "C:01 T:3 K:A",
+                            "C:+1 T:3 K:A",
+                            "C:-0 T:3 K:A",
+                            "C:2147483648 T: K:",
+                            "C:1 T:3,,7 K:A",
+                            "C:1 T:3, K:A",
+                            "C:1 T:,3 K:A",
+                            "C:1 T:x K:A",
+                            "C:1 T:3 K:A,,B",
+                            "C:1 T:3 K:,",
+                            "C:1 T:3 K:a b",
+                            "C:1 T:3 K:%2",
+                            "C:1 T:3 K:%41",
+                            "C:1 T:3 K:%2c",
+                            "C:1 T:3 K:A%-",
+                            "C:1 T:3 K:A K:B",
+                            "X C:1 T:3 K:A",
+                            "C:1 T:3 K:A\n"}) {
         CNewsKey key = before;
         EXPECT_FALSE(key.LoadString(bad)) << bad;
         EXPECT_EQ(key, before) << bad;
