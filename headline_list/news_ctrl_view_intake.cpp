@@ -157,6 +157,10 @@ bool TRVNewsCtrlView::bFindHeadlineTable(const CHeadlineTable& entry, const Head
 }
 
 bool TRVNewsCtrlView::bChangeNewsPos(int list, int row) {
+    // The current list always names one of the seven lists: RespHeadLine relies on it.
+    if (list < 0 || list >= news::kModeCount) {
+        return false;
+    }
     if (list != m_iCurrFunction) {
         m_iCurrFunction = list;
         SwitchFunction(iGetFunctionID(list));

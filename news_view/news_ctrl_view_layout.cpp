@@ -130,7 +130,8 @@ void TRVNewsCtrlView::ShowHideCtrObject(int mode) {
 }
 
 void TRVNewsCtrlView::SwitchFunction(int mode) {
-    if (!bHasStoryDisplay()) {
+    // The current list always names one of the seven lists: RespHeadLine relies on it.
+    if (!bHasStoryDisplay() || mode < 0 || mode >= news::kModeCount) {
         return;
     }
     ShowHideCtrObject(mode);

@@ -149,6 +149,17 @@ TEST_F(RecoveryTest, HeadlinesAvailableRewriteTheRowsOfTheCurrentListOnly) {
     EXPECT_EQ(sheet(news::kModeAllNews).cszGetCellText(0, 0), "08:00") << "time only in the all-news list";
 }
 
+TEST_F(RecoveryTest, NothingMakesTheCurrentListOneOfNoListsSoHeadlinesAlwaysFindTheirList) {
+    addNews(16, taipei(8, 0), 1, "one");
+    createView();
+    m_view->SwitchFunction(news::kModeCount);
+    EXPECT_FALSE(m_view->bChangeNewsPos(-1, 0));
+    m_view->SwitchFunction(-1);
+    EXPECT_EQ(m_view->iGetCurrFunction(), news::kModeAllNews);
+    m_backend.answerHeadlines({CHeadlineTable{16, taipei(8, 0), 1, 0, 0}});
+    EXPECT_EQ(sheet(news::kModeAllNews).cszGetCellText(0, 2), "one");
+}
+
 TEST_F(RecoveryTest, WithoutStoryDisplaysStoriesGoNowhereAndNoStoryIsAskedFor) {
     const CHeadlineTable entry = addNews(16, taipei(8, 0), 1, "one");
     createView();
