@@ -105,6 +105,24 @@ TEST_F(RecoveryTest, TheWarningListBecomesACopyOfTheAllNewsListWhicheverListADat
     EXPECT_EQ(seqs(news::kModeAllNews), std::vector<std::int32_t>{1}) << "a negative status with data is data";
 }
 
+TEST_F(RecoveryTest, ADateAnswerRebuildsTheRelationListWithTodaysRelatedNewsWhileItIsShown) {
+    const CHeadlineTable up = addNews(16, taipei(8, 0), 1, "TSMC up");
+    const CHeadlineTable weather = addNews(16, taipei(8, 5), 2, "weather");
+    Options options;
+    options.showNormalSearch = true;
+    createBareView(options);
+    m_view->RelationConditions() = {RelationCondition{2, {-999}, {"TSMC"}}};
+    m_view->InitialViewInfo(&m_cfg, "Layout", 0, 0, "TRVNewsCtrlView");
+    m_view->SwitchFunction(news::kModeRelation);
+    ASSERT_EQ(seqs(news::kModeRelation), std::vector<std::int32_t>{1});
+
+    const CHeadlineTable down = addNews(16, taipei(8, 10), 3, "TSMC down");
+    m_backend.recoverDateTable(16, "20240102", {up, weather, down});
+    EXPECT_EQ(seqs(news::kModeRelation), (std::vector<std::int32_t>{3, 1}));
+    EXPECT_EQ(sheet(news::kModeRelation).cszGetCellText(0, 0), "08:10") << "time only";
+    EXPECT_EQ(seqs(news::kModeAllNews), (std::vector<std::int32_t>{2, 1})) << "the list not shown is left alone";
+}
+
 TEST_F(RecoveryTest, ReFetchAsksEveryServiceOfTheListWithAllSelectedEntries) {
     addNews(16, taipei(8, 0), 1, "one");
     addNews(news::kServiceWarrant, taipei(8, 5), 2, "warrant");
