@@ -60,11 +60,11 @@ bool loadKeySet(CNewsKey& keySet, const CString& text) {
 } // namespace
 
 bool TRVNewsCtrlView::bInitialSearchCtrl(TRVCfgIO2* cfg, const CString& section, int layout1, int layout2) {
-    m_mapUnreadSearchSetting.clear();
     if (cfg == nullptr) {
         return false;
     }
     m_bSearchSettingsRead = true;
+    m_mapUnreadSearchSetting.clear();
     bool clean = true;
     // Each key on its own: a damaged value keeps its list empty and is remembered as it was.
     const auto read = [&](const char* key, const auto& parse) {

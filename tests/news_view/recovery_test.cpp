@@ -188,6 +188,9 @@ TEST_F(RecoveryTest, WithoutStoryDisplaysStoriesGoNowhereAndNoStoryIsAskedFor) {
     m_backend.storyUpdated(entry);
     m_view->StoryUpdateNotify(nullptr);
     m_view->vRecvNewsRelateSymbolListRecovery(nullptr);
+    m_view->vRecvAllHeadlineTableRecovery(nullptr);
+    m_view->vRecvCatHeadlineTableRecovery(nullptr);
+    m_view->vRecvSymHeadlineTableRecovery(nullptr);
     const CNewsSymlistInfo symbols{16, entry.m_tTime, entry.m_iSeqNo, {}};
     m_view->vRecvNewsRelateSymbolListRecovery(&symbols);
     const CMemoryInfo memory{16, "2330", {}};

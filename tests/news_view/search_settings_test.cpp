@@ -53,6 +53,7 @@ TEST_F(SearchSettingsTest, TheSearchStateSurvivesASaveAndANewViewHostileTextsInc
     m_view->SetWarningItemOrder(-3);
 
     reopen();
+    EXPECT_TRUE(m_view->bInitialSearchCtrl(&m_cfg, "Layout", 0, 0)) << "every value read cleanly";
     EXPECT_EQ(m_view->KeywordPool(), pool);
     EXPECT_EQ(m_view->RecentSearches(), recent);
     EXPECT_EQ(m_view->NewsKeys(), keySets);
@@ -75,6 +76,8 @@ TEST_F(SearchSettingsTest, UnreadableValuesKeepTheirListsEmptyAndAreSavedBackUnc
     EXPECT_TRUE(m_view->NewsKeys().empty());
     EXPECT_EQ(m_view->WarningItems().size(), 1u) << "a readable value is read";
     EXPECT_EQ(m_view->GetWarningItemOrder(), 0);
+    EXPECT_FALSE(m_view->bInitialSearchCtrl(&m_cfg, "Layout", 0, 0)) << "some values could not be read";
+    EXPECT_FALSE(m_view->bInitialSearchCtrl(nullptr, "Layout", 0, 0));
 
     m_view->RecentSearches().push_back(search({"new"}, 0, 1));
     m_view->SaveViewInfo(&m_cfg, "Layout", 0, 0);
