@@ -16,7 +16,6 @@ namespace {
 TEST(ReconnectStormLong, EveryHeadlineOfTheDayIsListedOnceAfterAThousandReconnections) {
     RegisterNewsModule();
     const char* script = R"(
-clock 2024-01-02 08:00:00
 lang-file lang/zh-TW.lang
 ini NewsService.ini from NewsService.ini
 backend embedded
