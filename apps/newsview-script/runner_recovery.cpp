@@ -1,7 +1,8 @@
 // Runner statements for recovery and colours: `feed-generate` writes a replay file from the
 // back end's generator (with link drops and lost headlines, for reconnection storms),
-// `change-cast` announces a colour change as a host does, and the observations `all-news-audit`
-// (the all-news list checked against the back end's tables) and `grid G palette`.
+// `relation-keys` ticks key sets of the relation search, `change-cast` announces a colour
+// change as a host does, and the observations `all-news-audit` (the all-news list checked
+// against the back end's tables) and `grid G palette`.
 #include <algorithm>
 #include <fstream>
 #include <set>
@@ -136,6 +137,39 @@ void ScenarioRunner::doFeedGenerate(const Statement& s) {
     if (!file) {
         throw ActionFailure("cannot write " + path.string());
     }
+}
+
+void ScenarioRunner::doRelationKeys(const Statement& s) {
+    const std::string usage = "expected 'relation-keys clear' or 'relation-keys METHOD TYPES WORDS...' "
+                              "(TYPES: category ids separated by commas, -999 for every category)";
+    auto* view = dynamic_cast<TRVNewsCtrlView*>(m_view.get());
+    if (view == nullptr) {
+        throw ActionFailure("there is no news view");
+    }
+    if (hasWord(s, 1) && word(s, 1) == "clear" && !hasWord(s, 2)) {
+        view->RelationConditions().clear();
+        return;
+    }
+    if (!hasWord(s, 2)) {
+        scriptError(s, usage);
+    }
+    RelationCondition condition;
+    condition.m_byMode = static_cast<unsigned char>(number(s, 1));
+    try {
+        const std::string& types = word(s, 2);
+        for (std::size_t start = 0; start <= types.size();) {
+            const std::size_t comma = std::min(types.find(',', start), types.size());
+            condition.m_vCategories.push_back(std::stoi(types.substr(start, comma - start)));
+            start = comma + 1;
+        }
+    } catch (const std::exception&) {
+        scriptError(s, usage);
+    }
+    for (std::size_t i = 3; i < s.words.size(); ++i) {
+        condition.m_vWords.push_back(in(word(s, i)));
+    }
+    // As the key-set dialog leaves them: ticked key sets the relation list matches against.
+    view->RelationConditions().push_back(std::move(condition));
 }
 
 void ScenarioRunner::doChangeCast(const Statement& s) {

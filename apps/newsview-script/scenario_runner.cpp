@@ -168,6 +168,7 @@ const std::map<std::string, ScenarioRunner::Handler>& ScenarioRunner::handlers()
         {"new-day", &ScenarioRunner::doNewDay},
         {"feed-generate", &ScenarioRunner::doFeedGenerate},
         {"change-cast", &ScenarioRunner::doChangeCast},
+        {"relation-keys", &ScenarioRunner::doRelationKeys},
         // Observations
         {"print", &ScenarioRunner::doPrint},
         {"expect", &ScenarioRunner::doExpect},

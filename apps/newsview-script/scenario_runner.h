@@ -175,6 +175,7 @@ private:
     // --- Recovery and colours (runner_recovery.cpp) ---
     void doFeedGenerate(const Statement& s);
     void doChangeCast(const Statement& s);
+    void doRelationKeys(const Statement& s);
     std::vector<std::string> observeAllNewsAudit(const Statement& s) const;
     static std::string gridPalette(const headless::HeadlessSheet& grid);
 
