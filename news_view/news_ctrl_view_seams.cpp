@@ -1,9 +1,8 @@
 // Operations of the view whose work belongs to parts of the module that are not built yet: the
 // story pane and dialog, the tip window, keys and the context menu, search answers, the search
-// dialogs, printing, saving and the related-symbol quote view. Each one does the least that
-// keeps the view consistent (no data is made up) until its part replaces it. Simple input
-// handling that the first views need (scrolling, the wheel, tips, the search text) is already
-// real here.
+// dialogs and the related-symbol quote view. Each one does the least that keeps the view
+// consistent (no data is made up) until its part replaces it. Simple input handling that the
+// first views need (scrolling, the wheel, tips, the search text) is already real here.
 #include "host/backend/bk_quote_interface.h"
 #include "host/framework/sync_info.h"
 #include "news_view/news_ctrl_view.h"
@@ -29,6 +28,11 @@ void TRVNewsCtrlView::OnBtnPageUp() {
 
 void TRVNewsCtrlView::OnBtnPageDown() {
     // Pages the story pane on by one headline once the pane exists.
+}
+
+host::ui::Window* TRVNewsCtrlView::pGetStoryDialogWnd() const {
+    // The pop-up story dialog's window once the dialog exists.
+    return nullptr;
 }
 
 void TRVNewsCtrlView::SetStoryWndStyle() {
@@ -136,7 +140,7 @@ void TRVNewsCtrlView::vDoSearchChangeSymbol(const CSearch& /*condition*/, unsign
     // A symbol change re-runs the shown search once search intake is built.
 }
 
-// ---- Search dialogs, printing, saving ----
+// ---- Search dialogs ----
 
 void TRVNewsCtrlView::OnRelationSearchDlg() {
     // Opens the keyword-set dialog once it exists.
@@ -152,30 +156,6 @@ void TRVNewsCtrlView::OnDealsSearch() {
 
 void TRVNewsCtrlView::OnWarningSearchDlg() {
     // Opens the warning-term dialog once it exists.
-}
-
-void TRVNewsCtrlView::OnBtnPrint() {
-    OnPrintNews();
-}
-
-void TRVNewsCtrlView::OnBtnSaveas() {
-    OnSaveNews();
-}
-
-void TRVNewsCtrlView::OnPrintNews() {
-    // Prints the selected headlines and their stories once printing exists.
-}
-
-void TRVNewsCtrlView::OnSaveNews() {
-    // Saves the selected headlines and their stories once saving exists.
-}
-
-void TRVNewsCtrlView::vPassHeadlinesToOutput(const std::vector<CHeadlineTable>& /*entries*/) {
-    // The print and save jobs take the headlines they wait for once they exist.
-}
-
-void TRVNewsCtrlView::vPassStoryToOutput(const CHeadlineTable& /*entry*/) {
-    // The print and save jobs take the stories they wait for once they exist.
 }
 
 // ---- Related-symbol quote view ----
