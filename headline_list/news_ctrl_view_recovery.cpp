@@ -267,14 +267,14 @@ void TRVNewsCtrlView::RespHeadLine(const std::vector<CHeadlineTable>& entries) {
     }
     const auto list = static_cast<std::size_t>(m_iCurrFunction);
     vUpdateHeadline(m_iCurrFunction, m_pSheet[list], entries, m_vHeadlineTable[list], showsDate(m_iCurrFunction));
-    if (m_iNewsType == 0 && m_wStoryShowType != 0) {
+    if (bPaneShowsStory()) {
         vPassHeadlinesToStoryPane(entries);
     }
     vPassHeadlinesToOutput(entries);
 }
 
 void TRVNewsCtrlView::RespStory(const CHeadlineTable& entry) {
-    if (m_iNewsType == 0 && m_wStoryShowType != 0) {
+    if (bPaneShowsStory()) {
         vPassStoryToStoryPane(entry);
     } else {
         vPassStoryToStoryDialog(entry);
@@ -286,8 +286,7 @@ void TRVNewsCtrlView::StoryUpdateNotify(const CHeadlineTable* entry) {
     if (entry == nullptr) {
         return;
     }
-    const bool dialogIsTheDisplay = m_iNewsType != 0 || m_wStoryShowType == 0;
-    if (dialogIsTheDisplay && !bStoryDialogShown() && m_pStoryPane == nullptr) {
+    if (!bPaneShowsStory() && !bStoryDialogShown() && m_pStoryView == nullptr) {
         return;
     }
     const HeadlineTableList* table = GetTable(m_iCurrFunction);
@@ -299,7 +298,7 @@ void TRVNewsCtrlView::StoryUpdateNotify(const CHeadlineTable* entry) {
 // ---- Related symbols and quotes ----
 
 void TRVNewsCtrlView::vRecvNewsRelateSymbolListRecovery(const CNewsSymlistInfo* info) {
-    if (info == nullptr || m_pRelateQuoteView == nullptr || m_pStoryPane == nullptr) {
+    if (info == nullptr || m_pRelateQuoteView == nullptr || m_pStoryView == nullptr) {
         return;
     }
     CHeadlineTable entry;

@@ -14,6 +14,7 @@ class QtUiHost;
 namespace newsterm {
 
 class BackendSession;
+class FlashLine;
 class TermSettings;
 class ViewHost;
 
@@ -31,6 +32,7 @@ public:
 
     // Stores geometry and view settings now (also done on close); the reason on failure.
     QString saveSettings();
+    FlashLine& flashLine() { return *m_flash; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -48,12 +50,16 @@ private:
     void chooseColorScheme(const QString& scheme);
     void applySymbol();
     void showRecovered(std::size_t headlines);
+    // Shows the newest story once the list has rows, so that the terminal opens on reading.
+    void showFirstStory(int attemptsLeft);
+    void setStoryWindowOnTop(bool onTop);
 
     qthost::QtUiHost& m_ui;
     BackendSession& m_session;
     TermSettings& m_settings;
     QString m_language;
     std::unique_ptr<ViewHost> m_view;
+    std::unique_ptr<FlashLine> m_flash;
     QLineEdit* m_symbol = nullptr;  // owned by the toolbar
     QAction* m_connected = nullptr; // owned by the toolbar
     bool m_saved = false;
