@@ -200,7 +200,8 @@ TEST_F(RecoveryTest, AnswersReachTheStoryPaneAndAChangeNoticeGoesToTheWindowFirs
     pane->vSetStoryData(news::kModeAllNews, 0, *m_view->GetTable(news::kModeAllNews));
     addNews(16, taipei(8, 0), 1, "arrived");
     m_backend.answerHeadlines({entry});
-    EXPECT_NE(pane->GetWnd()->child(8066)->text().find("arrived"), std::string::npos) << "the headline reaches the pane";
+    EXPECT_NE(pane->GetWnd()->child(8066)->text().find("arrived"), std::string::npos)
+        << "the headline reaches the pane";
     m_backend.setStory(entry, "late text");
     m_backend.answerStory(entry);
     EXPECT_NE(pane->GetWnd()->child(8072)->text().find("late text"), std::string::npos) << "the story reaches the pane";
