@@ -72,6 +72,11 @@ MainWindow::MainWindow(qthost::QtUiHost& ui, BackendSession& session, TermSettin
     m_view->changeSymbol(qthost::fromQString(symbol));
     statusBar()->showMessage(m_view->hasView() ? text("新聞即時更新中", "Live news")
                                                : text("新聞檢視尚未加入此版本", "The news view is not in this build"));
+    // The flash line takes the status bar's free width, so the count of the last recovery has a
+    // place of its own that no flashed headline covers.
+    m_recovered = new QLabel(statusBar());
+    m_recovered->setObjectName(QStringLiteral("recoveredCount"));
+    statusBar()->addPermanentWidget(m_recovered);
     m_flash = std::make_unique<FlashLine>(m_ui, this, statusBar());
     if (TRVNewsCtrlView* news = newsView()) {
         // The story window steps back behind other applications while the terminal is inactive.
@@ -203,12 +208,13 @@ void MainWindow::buildToolbar() {
 
 void MainWindow::showRecovered(std::size_t headlines) {
     const QString count = QString::number(headlines);
-    statusBar()->showMessage(m_awaitingRecovery
-                                 ? text("已重新連線，補回 ", "Reconnected: ") + count +
-                                       text(" 則新聞", headlines == 1 ? " headline recovered" : " headlines recovered")
-                                 : text("已補回遺漏的 ", "Recovered ") + count +
-                                       text(" 則新聞", headlines == 1 ? " missed headline" : " missed headlines"),
-                             kStatusMessageMs);
+    const QString message = m_awaitingRecovery
+                                ? text("已重新連線，補回 ", "Reconnected: ") + count +
+                                      text(" 則新聞", headlines == 1 ? " headline recovered" : " headlines recovered")
+                                : text("已補回遺漏的 ", "Recovered ") + count +
+                                      text(" 則新聞", headlines == 1 ? " missed headline" : " missed headlines");
+    statusBar()->showMessage(message, kStatusMessageMs);
+    m_recovered->setText(message);
     m_awaitingRecovery = false;
 }
 

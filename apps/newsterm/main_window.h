@@ -5,6 +5,7 @@
 #include <memory>
 
 class QAction;
+class QLabel;
 class QLineEdit;
 
 namespace qthost {
@@ -61,6 +62,7 @@ private:
     std::unique_ptr<ViewHost> m_view;
     std::unique_ptr<FlashLine> m_flash;
     QLineEdit* m_symbol = nullptr;  // owned by the toolbar
+    QLabel* m_recovered = nullptr;  // owned by the status bar
     QAction* m_connected = nullptr; // owned by the toolbar
     bool m_saved = false;
     bool m_awaitingRecovery = false; // reconnected, the recovery has not come yet

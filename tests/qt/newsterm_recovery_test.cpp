@@ -2,6 +2,7 @@
 // and its settings across a restart, on the real newsterm window.
 #include <QAction>
 #include <QDateTime>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QStatusBar>
@@ -107,6 +108,10 @@ TEST_F(NewstermRecoveryTest, ADisconnectABurstAndAReconnectEndWithTheRowsOfATerm
     clickLink();
     ASSERT_TRUE(waitUntil([&] { return status().contains(QStringLiteral("補回 40 則")); }, 10000))
         << qPrintable(status());
+    // The count stays in a place of its own, beside the flash line that fills the status bar.
+    const auto* count = window().findChild<QLabel*>(QStringLiteral("recoveredCount"));
+    ASSERT_NE(count, nullptr);
+    EXPECT_TRUE(count->text().contains(QStringLiteral("補回 40 則"))) << qPrintable(count->text());
     ASSERT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == before + 40 && firstPageWritten(); }));
     const Shown recovered = shown();
     EXPECT_EQ(recovered.cells[2], QStringLiteral("BURST-122-13")) << "the newest is on top";
