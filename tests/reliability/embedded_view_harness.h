@@ -59,7 +59,8 @@ private:
     std::unique_ptr<TRVNewsCtrlView> m_view;
 };
 
-// Resident memory of this process in bytes (0 where it cannot be read).
+// Resident memory of this process in bytes, after the allocator returned its free pages (0 where
+// it cannot be read).
 std::size_t residentBytes();
 
 } // namespace reliability
