@@ -224,7 +224,7 @@ std::string CfgFileStore::serialize() const {
 
 CfgFileStore::LoadResult CfgFileStore::parse(std::string_view text) {
     m_values.clear();
-    const auto damaged = [this](std::size_t line, std::string message) {
+    const auto damaged = [this](std::size_t line, const std::string& message) {
         m_values.clear();
         return LoadResult{LoadStatus::kDamaged, "line " + std::to_string(line) + ": " + message, line};
     };
