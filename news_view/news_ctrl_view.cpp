@@ -32,7 +32,9 @@ constexpr const char* kNoDataKey = "IDC_BASEVIEW-STRING_NO_DATA";
 
 } // namespace
 
-TRVNewsCtrlView::TRVNewsCtrlView() : m_tCreateTime(tNow()) {}
+TRVNewsCtrlView::TRVNewsCtrlView() : m_tCreateTime(tNow()) {
+    vCreateOutputJobs();
+}
 
 TRVNewsCtrlView::~TRVNewsCtrlView() {
     C_UnRegisterSymbol(this);

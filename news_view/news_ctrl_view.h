@@ -22,6 +22,9 @@ class CQuoteDlgTipMsg;
 class TRVNewsPrint;
 class TRVSaveToFile;
 class CNewsRelateSymbolQuoteView;
+namespace news_output {
+enum class StoryForm : unsigned char;
+}
 
 // The view's record of one news service, in the order the back end lists the services.
 struct NewsServiceEntry {
@@ -232,15 +235,24 @@ public:
     bool CheckIsRelationSearch(const CHeadline& headline, int categoryId, const CString& symbolText) const;
     void vDoSearchChangeSymbol(const CSearch& condition, unsigned char market, const CString& symbolCode);
 
-    // ---- Search dialogs, printing and saving ----
+    // ---- Search dialogs ----
     void OnRelationSearchDlg();
     void OnDealsSearchDlg();
     void OnDealsSearch();
     void OnWarningSearchDlg();
+
+    // ---- Printing and saving ----
     void OnBtnPrint();
     void OnBtnSaveas();
     void OnPrintNews();
     void OnSaveNews();
+    // The printable form of a story at hand: cut at its first line break, "@@@@" made "\r\n".
+    static void Linefeed(CString& text);
+    // Back-end answers for the print and save jobs; each job hears them only while it waits.
+    void vPassHeadlinesToOutput(const std::vector<CHeadlineTable>& entries);
+    void vPassStoryToOutput(const CHeadlineTable& entry);
+    TRVNewsPrint* GetNewsPrint() const { return m_pNewsPrint.get(); }
+    TRVSaveToFile* GetSaveToFile() const { return m_pSaveToFile.get(); }
 
     // ---- Read access for the story displays, the hosts and tests ----
     int iGetCurrFunction() const { return m_iCurrFunction; }
@@ -423,6 +435,16 @@ private:
     void clearList(int list);
     // Passes a pushed headline on to the story display in use.
     void passHeadlineToStory(const CHeadline& headline);
+
+    // ---- Printing and saving ----
+    // Creates the print and save jobs (at construction).
+    void vCreateOutputJobs();
+    // Hands the gathered items of the selected rows to a job, or queues them while a title or
+    // story is missing. controlId: the view's button that stays disabled while the job runs
+    // with the story dialog as its parent.
+    void vOutputSelection(TRVNewsPrint& job, news_output::StoryForm form, int controlId);
+    // The pop-up story dialog's window, null while there is no dialog.
+    host::ui::Window* pGetStoryDialogWnd() const;
 
     // ---- Search ----
     CSearch m_searchCondition;       // ordinary search (quick search and deals search)

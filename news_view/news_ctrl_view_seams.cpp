@@ -1,6 +1,6 @@
 // Operations of the view whose work belongs to parts of the module that are not built yet: the
 // story pane and dialog, the tip window, keys and the context menu, recovery and search
-// answers, the search dialogs, printing, saving and the related-symbol quote view. Each one
+// answers, the search dialogs and the related-symbol quote view. Each one
 // does the least that keeps the view consistent (no data is made up) until its part replaces
 // it. Simple input handling that the first views need (scrolling, the wheel, tips, the search
 // text) is already real here.
@@ -29,6 +29,11 @@ void TRVNewsCtrlView::OnBtnPageUp() {
 
 void TRVNewsCtrlView::OnBtnPageDown() {
     // Pages the story pane on by one headline once the pane exists.
+}
+
+host::ui::Window* TRVNewsCtrlView::pGetStoryDialogWnd() const {
+    // The pop-up story dialog's window once the dialog exists.
+    return nullptr;
 }
 
 void TRVNewsCtrlView::SetStoryWndStyle() {
@@ -128,13 +133,15 @@ void TRVNewsCtrlView::OnReCoverStory() {
     // Re-requests the focused row's story once recovery and the story displays are built.
 }
 
-void TRVNewsCtrlView::RespHeadLine(const std::vector<CHeadlineTable>& /*entries*/) {
+void TRVNewsCtrlView::RespHeadLine(const std::vector<CHeadlineTable>& entries) {
     // Headlines became available: the next refresh writes the rows that are on screen.
     vRestartRefreshTimer();
+    vPassHeadlinesToOutput(entries);
 }
 
-void TRVNewsCtrlView::RespStory(const CHeadlineTable& /*entry*/) {
-    // Goes to the story displays and the print and save jobs once they exist.
+void TRVNewsCtrlView::RespStory(const CHeadlineTable& entry) {
+    // Goes to the story displays once they exist.
+    vPassStoryToOutput(entry);
 }
 
 void TRVNewsCtrlView::StoryUpdateNotify(const CHeadlineTable* /*entry*/) {
@@ -197,7 +204,7 @@ bool TRVNewsCtrlView::bInitialSearchCtrl(TRVCfgIO2* /*cfg*/, const CString& /*se
     return false;
 }
 
-// ---- Search dialogs, printing, saving ----
+// ---- Search dialogs ----
 
 void TRVNewsCtrlView::OnRelationSearchDlg() {
     // Opens the keyword-set dialog once it exists.
@@ -213,22 +220,6 @@ void TRVNewsCtrlView::OnDealsSearch() {
 
 void TRVNewsCtrlView::OnWarningSearchDlg() {
     // Opens the warning-term dialog once it exists.
-}
-
-void TRVNewsCtrlView::OnBtnPrint() {
-    OnPrintNews();
-}
-
-void TRVNewsCtrlView::OnBtnSaveas() {
-    OnSaveNews();
-}
-
-void TRVNewsCtrlView::OnPrintNews() {
-    // Prints the selected headlines and their stories once printing exists.
-}
-
-void TRVNewsCtrlView::OnSaveNews() {
-    // Saves the selected headlines and their stories once saving exists.
 }
 
 // ---- Related-symbol quote view ----

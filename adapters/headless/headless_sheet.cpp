@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "adapters/headless/headless_ui_host.h"
+#include "host/framework/host_context.h"
 #include "host/ui/registered_messages.h"
 
 namespace headless {
@@ -90,6 +91,7 @@ void HeadlessSheet::vClearAllRows() {
     m_storedRows = 0;
     m_selection.clear();
     m_focus = Point{-1, -1};
+    m_anchorRow = -1;
     m_firstVisible = 0;
 }
 
@@ -108,6 +110,9 @@ void HeadlessSheet::vInsertRow(std::size_t row) {
     }
     if (m_focus.y >= at) {
         ++m_focus.y;
+    }
+    if (m_anchorRow >= at) {
+        ++m_anchorRow;
     }
 }
 
@@ -131,6 +136,11 @@ void HeadlessSheet::vDeleteRow(std::size_t row) {
         m_focus.y = -1;
     } else if (m_focus.y > at) {
         --m_focus.y;
+    }
+    if (m_anchorRow == at) {
+        m_anchorRow = -1;
+    } else if (m_anchorRow > at) {
+        --m_anchorRow;
     }
     clampScroll();
 }
@@ -300,10 +310,22 @@ void HeadlessSheet::vSetActiveSelection(int row, int col) {
     m_selection.clear();
     if (row < 0 || row >= static_cast<int>(m_rows.size())) {
         m_focus = Point{col, -1};
+        m_anchorRow = -1;
         return;
     }
     m_selection.push_back(row);
     m_focus = Point{col, row};
+    m_anchorRow = row;
+}
+
+void HeadlessSheet::selectRange(int row, int col) {
+    const int anchor = m_anchorRow >= 0 ? m_anchorRow : (m_focus.y >= 0 ? m_focus.y : row);
+    m_selection.clear();
+    for (int r = std::min(row, anchor); r <= std::max(row, anchor); ++r) {
+        m_selection.push_back(r);
+    }
+    m_focus = Point{col, row};
+    m_anchorRow = anchor;
 }
 
 void HeadlessSheet::vGetAllSelectionNdx(std::vector<int>& rows) const {
@@ -375,7 +397,13 @@ void HeadlessSheet::moveFocusRow(int row, bool notify) {
         return;
     }
     row = std::clamp(row, 0, static_cast<int>(m_rows.size()) - 1);
-    vSetActiveSelection(row, std::max(m_focus.x, 0));
+    // With Shift held the selection runs from the anchor row to the new focus row.
+    const host::ui::UiHost* ui = host::HostContext::current().ui;
+    if (ui != nullptr && ui->isKeyDown(win::VK_SHIFT)) {
+        selectRange(row, std::max(m_focus.x, 0));
+    } else {
+        vSetActiveSelection(row, std::max(m_focus.x, 0));
+    }
     const int perPage = std::max(iGetRowsPerPage(), 1);
     if (row < m_firstVisible) {
         scrollTo(row, notify);
@@ -442,12 +470,9 @@ LRESULT HeadlessSheet::handleMouse(const Message& message) {
                     m_selection.insert(std::lower_bound(m_selection.begin(), m_selection.end(), row), row);
                 }
                 m_focus = Point{col, row};
+                m_anchorRow = row;
             } else if ((flags & win::MK_SHIFT) != 0 && m_focus.y >= 0 && message.message == win::WM_LBUTTONDOWN) {
-                m_selection.clear();
-                for (int r = std::min(row, m_focus.y); r <= std::max(row, m_focus.y); ++r) {
-                    m_selection.push_back(r);
-                }
-                m_focus = Point{col, row};
+                selectRange(row, col);
             } else if (!(message.message == win::WM_RBUTTONDOWN && inSelection)) {
                 // A right click inside the selection keeps it, for a context menu on all of it.
                 vSetActiveSelection(row, col);

@@ -16,8 +16,9 @@ namespace headless {
 // rows cost four bytes each and inserting or deleting a row moves plain integers, no cells.
 // Rows per page are the full rows that fit below the header row. The grid moves its focus
 // row with Up, Down, Page Up, Page Down, Home and End (Left and Right move the focus column)
-// and keeps those keys; every other key message goes to the parent as it came. A mouse
-// button press on a row selects it (Ctrl toggles, Shift extends from the focus row) and
+// and keeps those keys (with Shift held they extend the selection from the anchor row, the
+// last row chosen without Shift); every other key message goes to the parent as it came. A
+// mouse button press on a row selects it (Ctrl toggles, Shift extends from the anchor row) and
 // takes the focus; every mouse message except the wheel is then passed to the parent with
 // win::kGridForwarded set in wParam and the point in grid client coordinates. Scrolling the
 // grid itself (wheel, scroll bar, keys) tells the parent with WM_VSCROLL (wParam:
@@ -64,6 +65,9 @@ public:
 
     void vSetActiveSelection(int row, int col) override;
     void vGetAllSelectionNdx(std::vector<int>& rows) const override;
+    // Selects the rows from the anchor row (the last row chosen without Shift) to row, and
+    // moves the focus there: a Shift-click or a navigation key with Shift held.
+    void selectRange(int row, int col);
     host::ui::Point cptGetFocusNdx() const override { return m_focus; }
     bool bHasFocus() const override { return hasFocus(); }
     int iCalcRowNdx(host::ui::Point clientPoint) const override;
@@ -163,6 +167,7 @@ private:
     int m_firstVisible = 0;
     std::vector<int> m_selection; // ascending
     host::ui::Point m_focus{-1, -1};
+    int m_anchorRow = -1; // where a Shift-extended selection starts
     Colors m_colors;
     host::ui::Font m_sheetFont{};
     int m_rowBkResets = 0;

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "host/ui/messages.h"
+#include "host/ui/mul_div.h"
 
 namespace headless {
 
@@ -69,9 +70,64 @@ std::string DrawingLog::describe(const DrawOp& op) {
 }
 
 RecordingDeviceContext::RecordingDeviceContext(DeviceCaps caps, std::shared_ptr<DrawingLog> log)
-    : m_caps(caps), m_log(log ? std::move(log) : std::make_shared<DrawingLog>()) {}
+    : m_caps(caps), m_log(log ? std::move(log) : std::make_shared<DrawingLog>()) {
+    if (m_caps.printer) {
+        m_font.height = -host::ui::MulDiv(12, m_caps.logPixelsY, 72);
+    }
+}
+
+namespace {
+std::string fontText(const Font& font) {
+    return "\"" + font.faceName + "\" " + std::to_string(font.height) + " weight " + std::to_string(font.weight) +
+           " charset " + std::to_string(font.charSet);
+}
+
+const char* capName(int index) {
+    using namespace host::ui::win;
+    switch (index) {
+    case HORZRES:
+        return "HORZRES";
+    case VERTRES:
+        return "VERTRES";
+    case HORZSIZE:
+        return "HORZSIZE";
+    case VERTSIZE:
+        return "VERTSIZE";
+    case LOGPIXELSY:
+        return "LOGPIXELSY";
+    default:
+        return nullptr;
+    }
+}
+} // namespace
+
+void RecordingDeviceContext::setTextColor(COLORREF color) {
+    call("setTextColor " + colorText(color));
+    m_textColor = color;
+}
+
+void RecordingDeviceContext::setBkColor(COLORREF color) {
+    call("setBkColor " + colorText(color));
+    m_bkColor = color;
+}
+
+void RecordingDeviceContext::setBkTransparent(bool transparent) {
+    call(std::string("setBkTransparent ") + (transparent ? "yes" : "no"));
+    m_bkTransparent = transparent;
+}
+
+void RecordingDeviceContext::selectFont(const Font& font) {
+    call("selectFont " + fontText(font));
+    m_font = font;
+}
+
+int RecordingDeviceContext::externalLeading() const {
+    call("externalLeading -> 0");
+    return 0;
+}
 
 void RecordingDeviceContext::record(DrawOp op) {
+    call(DrawingLog::describe(op));
     if (m_caps.printer && !m_pageOpen) {
         m_log->errors.push_back("drawing outside a page: " + DrawingLog::describe(op));
     }
@@ -133,14 +189,26 @@ void RecordingDeviceContext::drawText(const CString& text, const Rect& rect, uns
 }
 
 Size RecordingDeviceContext::textExtent(const CString& text) const {
-    return TextMetrics::extent(m_font, text);
+    const Size size = TextMetrics::extent(m_font, text);
+    call("textExtent \"" + text + "\" -> " + std::to_string(size.cx) + "x" + std::to_string(size.cy));
+    return size;
 }
 
 int RecordingDeviceContext::textHeight() const {
-    return TextMetrics::lineHeight(m_font);
+    const int height = TextMetrics::lineHeight(m_font);
+    call("textHeight -> " + std::to_string(height));
+    return height;
 }
 
 int RecordingDeviceContext::deviceCaps(int index) const {
+    const int value = capValue(index);
+    const char* name = capName(index);
+    call("deviceCaps " + (name != nullptr ? std::string(name) : std::to_string(index)) + " -> " +
+         std::to_string(value));
+    return value;
+}
+
+int RecordingDeviceContext::capValue(int index) const {
     using namespace host::ui::win;
     switch (index) {
     case HORZRES:
@@ -159,6 +227,7 @@ int RecordingDeviceContext::deviceCaps(int index) const {
 }
 
 int RecordingDeviceContext::startDoc(const CString& documentName) {
+    call("startDoc \"" + documentName + "\"");
     if (!m_caps.printer) {
         return -1;
     }
@@ -172,6 +241,7 @@ int RecordingDeviceContext::startDoc(const CString& documentName) {
 }
 
 int RecordingDeviceContext::startPage() {
+    call("startPage");
     if (!m_caps.printer) {
         return -1;
     }
@@ -189,6 +259,7 @@ int RecordingDeviceContext::startPage() {
 }
 
 int RecordingDeviceContext::endPage() {
+    call("endPage");
     if (!m_caps.printer) {
         return -1;
     }
@@ -202,6 +273,7 @@ int RecordingDeviceContext::endPage() {
 }
 
 int RecordingDeviceContext::endDoc() {
+    call("endDoc");
     if (!m_caps.printer) {
         return -1;
     }

@@ -53,6 +53,9 @@ struct DrawingLog {
         bool ended = false;
     };
     CString documentName;
+    // Every call made on the context, in order, one line each ("startPage", "selectFont ...",
+    // "deviceCaps HORZRES -> 4960", ...), queries included.
+    std::vector<std::string> calls;
     bool docStarted = false;
     bool docEnded = false;
     std::vector<DrawOp> looseOps; // drawn outside a page
@@ -66,7 +69,9 @@ struct DrawingLog {
 };
 
 // A device context that records every call into a shared log, which outlives the context
-// (the module deletes a print context when it finishes printing).
+// (the module deletes a print context when it finishes printing). A printer context starts
+// with a 12-point font of its resolution selected, as printers do, so a line height read
+// before any font is chosen is a printer's, not a screen's.
 // Ownership: the log is shared with whoever asked for it. Thread: UI thread.
 class RecordingDeviceContext : public host::ui::DeviceContext {
 public:
@@ -80,13 +85,13 @@ public:
     void drawLine(host::ui::Point from, host::ui::Point to, COLORREF color) override;
     void textOut(int x, int y, const CString& text) override;
     void drawText(const CString& text, const host::ui::Rect& rect, unsigned format) override;
-    void setTextColor(COLORREF color) override { m_textColor = color; }
-    void setBkColor(COLORREF color) override { m_bkColor = color; }
-    void setBkTransparent(bool transparent) override { m_bkTransparent = transparent; }
-    void selectFont(const host::ui::Font& font) override { m_font = font; }
+    void setTextColor(COLORREF color) override;
+    void setBkColor(COLORREF color) override;
+    void setBkTransparent(bool transparent) override;
+    void selectFont(const host::ui::Font& font) override;
     host::ui::Size textExtent(const CString& text) const override;
     int textHeight() const override;
-    int externalLeading() const override { return 0; }
+    int externalLeading() const override;
     int deviceCaps(int index) const override;
 
     int startDoc(const CString& documentName) override;
@@ -96,6 +101,8 @@ public:
 
 private:
     void record(DrawOp op);
+    void call(std::string line) const { m_log->calls.push_back(std::move(line)); }
+    int capValue(int index) const;
 
     DeviceCaps m_caps;
     std::shared_ptr<DrawingLog> m_log;

@@ -1,6 +1,7 @@
 #include "adapters/qt/dialog_service.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QPrintDialog>
@@ -8,7 +9,7 @@
 #include <QStringList>
 #include <QWidget>
 
-#include "adapters/qt/painter_dc.h"
+#include "adapters/qt/printer_dc.h"
 #include "adapters/qt/text_codec.h"
 #include "adapters/qt/window_core.h"
 
@@ -33,6 +34,9 @@ QMessageBox::StandardButton askUser(const QtDialogService::MessageQuestion& ques
 
 std::optional<QString> askPath(const QtDialogService::SaveQuestion& question) {
     QFileDialog dialog(question.owner);
+    if (!question.caption.isEmpty()) {
+        dialog.setWindowTitle(question.caption);
+    }
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setNameFilter(question.filter);
     dialog.setDefaultSuffix(question.defaultSuffix);
@@ -119,25 +123,34 @@ QString QtDialogService::toQtFilter(const QString& platformFilter) {
     return filters.join(QStringLiteral(";;"));
 }
 
-bool QtDialogService::saveFileDialog(host::ui::Window* owner, const CString& filter, const CString& defaultExtension,
-                                     unsigned /*flags*/, std::string& path) {
+std::optional<QString> QtDialogService::askSaveFile(QWidget* owner, const QString& caption, const QString& qtFilter,
+                                                    const QString& suffix) {
     SaveQuestion question;
-    question.owner = ownerWidget(owner);
-    question.filter = toQtFilter(toQString(filter));
-    question.defaultSuffix = toQString(defaultExtension);
-    if (question.defaultSuffix.startsWith(QLatin1Char('.'))) {
-        question.defaultSuffix.remove(0, 1);
-    }
+    question.owner = owner;
+    question.filter = qtFilter;
+    question.defaultSuffix = suffix.startsWith(QLatin1Char('.')) ? suffix.mid(1) : suffix;
+    question.caption = caption;
     const std::optional<QString> chosen = m_save(question);
     if (!chosen || chosen->isEmpty()) {
-        return false;
+        return std::nullopt;
     }
     QString result = *chosen;
     // A name typed without an extension gets the default one, as the platform's dialog does.
     if (!question.defaultSuffix.isEmpty() && QFileInfo(result).suffix().isEmpty()) {
         result += QLatin1Char('.') + question.defaultSuffix;
     }
-    path = result.toStdString();
+    return result;
+}
+
+bool QtDialogService::saveFileDialog(host::ui::Window* owner, const CString& filter, const CString& defaultExtension,
+                                     unsigned /*flags*/, std::string& path) {
+    const std::optional<QString> chosen =
+        askSaveFile(ownerWidget(owner), QString(), toQtFilter(toQString(filter)), toQString(defaultExtension));
+    if (!chosen) {
+        return false;
+    }
+    // The file-system path in the local 8-bit encoding (UTF-8), as the C++ file streams take it.
+    path = QFile::encodeName(*chosen).toStdString();
     return true;
 }
 

@@ -31,6 +31,7 @@ public:
         QWidget* owner = nullptr;
         QString filter;        // Qt's form: "Text (*.txt);;All files (*)"
         QString defaultSuffix; // without the dot
+        QString caption;       // the dialog's title; empty: the toolkit's own
     };
     // Answers: the button pressed; the chosen path or nothing on Cancel; a printer or null.
     using MessagePrompter = std::function<QMessageBox::StandardButton(const MessageQuestion&)>;
@@ -47,6 +48,13 @@ public:
     void setPrintPrompter(PrintPrompter prompter) { m_print = std::move(prompter); }
     // The next print dialog prints to this PDF file without asking.
     void printNextToPdf(const QString& path) { m_pdfPath = path; }
+    // Forgets a PDF file no print dialog has taken.
+    void cancelPrintToPdf() { m_pdfPath.reset(); }
+    bool isPrintToPdfPending() const { return m_pdfPath.has_value(); }
+    // Asks for a file to write, for the terminal's own commands; nothing on Cancel. A name
+    // given without an extension gets the suffix.
+    std::optional<QString> askSaveFile(QWidget* owner, const QString& caption, const QString& qtFilter,
+                                       const QString& suffix);
 
     int messageBox(host::ui::Window* owner, const CString& text, const CString& caption, unsigned flags) override;
     bool saveFileDialog(host::ui::Window* owner, const CString& filter, const CString& defaultExtension, unsigned flags,

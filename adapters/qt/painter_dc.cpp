@@ -3,7 +3,6 @@
 #include <QFontMetrics>
 #include <QPaintDevice>
 #include <QPainter>
-#include <QPrinter>
 
 #include "adapters/qt/convert.h"
 #include "adapters/qt/text_codec.h"
@@ -13,7 +12,7 @@ namespace qthost {
 namespace win = host::ui::win;
 
 PainterDeviceContext::PainterDeviceContext(QPainter& painter, QPaintDevice& device)
-    : m_painter(&painter), m_device(&device), m_font(toQFont(host::ui::Font{})) {
+    : m_painter(&painter), m_device(&device), m_font(toQFont(m_hostFont)) {
     if (m_painter->isActive()) {
         m_painter->setFont(m_font);
     }
@@ -52,12 +51,13 @@ void PainterDeviceContext::drawLine(host::ui::Point from, host::ui::Point to, CO
 
 void PainterDeviceContext::textOut(int x, int y, const CString& text) {
     const QString shown = toQString(text);
-    const QFontMetrics metrics(m_font, m_device);
+    const LineMetrics line = lineMetrics();
     if (!m_bkTransparent) {
-        m_painter->fillRect(QRect(x, y, metrics.horizontalAdvance(shown), metrics.height()), toQColor(m_bkColor));
+        const QFontMetrics metrics(m_font, m_device);
+        m_painter->fillRect(QRect(x, y, metrics.horizontalAdvance(shown), line.height), toQColor(m_bkColor));
     }
     m_painter->setPen(toQColor(m_textColor));
-    m_painter->drawText(QPoint(x, y + metrics.ascent()), shown);
+    m_painter->drawText(QPoint(x, y + line.ascent), shown);
 }
 
 void PainterDeviceContext::drawText(const CString& text, const host::ui::Rect& rect, unsigned format) {
@@ -84,23 +84,33 @@ void PainterDeviceContext::drawText(const CString& text, const host::ui::Rect& r
     m_painter->drawText(box, flags, shown);
 }
 
+QFont PainterDeviceContext::resolveFont(const host::ui::Font& font) const {
+    return toQFont(font);
+}
+
 void PainterDeviceContext::selectFont(const host::ui::Font& font) {
-    m_font = toQFont(font);
+    m_hostFont = font;
+    m_font = resolveFont(font);
     if (m_painter->isActive()) {
         m_painter->setFont(m_font);
     }
 }
 
+PainterDeviceContext::LineMetrics PainterDeviceContext::lineMetrics() const {
+    const QFontMetrics metrics(m_font, m_device);
+    return LineMetrics{metrics.ascent(), metrics.height(), metrics.leading()};
+}
+
 host::ui::Size PainterDeviceContext::textExtent(const CString& text) const {
     const QFontMetrics metrics(m_font, m_device);
-    return host::ui::Size{metrics.horizontalAdvance(toQString(text)), metrics.height()};
+    return host::ui::Size{metrics.horizontalAdvance(toQString(text)), lineMetrics().height};
 }
 
 int PainterDeviceContext::textHeight() const {
-    return QFontMetrics(m_font, m_device).height();
+    return lineMetrics().height;
 }
 int PainterDeviceContext::externalLeading() const {
-    return QFontMetrics(m_font, m_device).leading();
+    return lineMetrics().leading;
 }
 
 int PainterDeviceContext::deviceCaps(int index) const {
@@ -118,64 +128,6 @@ int PainterDeviceContext::deviceCaps(int index) const {
     default:
         return 0;
     }
-}
-
-namespace {
-// Painting needs a painter from the start; the printer's own one begins with startDoc.
-QPainter& idlePainter() {
-    static QPainter painter;
-    return painter;
-}
-} // namespace
-
-PrinterDeviceContext::PrinterDeviceContext(std::unique_ptr<QPrinter> printer)
-    : PainterDeviceContext(idlePainter(), *printer), m_printer(std::move(printer)) {}
-
-PrinterDeviceContext::~PrinterDeviceContext() {
-    if (m_printerPainter && m_printerPainter->isActive()) {
-        m_printerPainter->end();
-    }
-}
-
-int PrinterDeviceContext::startDoc(const CString& documentName) {
-    if (m_printerPainter) {
-        return -1;
-    }
-    m_printer->setDocName(toQString(documentName));
-    m_printerPainter = std::make_unique<QPainter>();
-    if (!m_printerPainter->begin(m_printer.get())) {
-        m_printerPainter.reset();
-        return -1;
-    }
-    setTarget(*m_printerPainter, *m_printer);
-    m_pages = 0;
-    return 1;
-}
-
-int PrinterDeviceContext::startPage() {
-    if (!m_printerPainter) {
-        return -1;
-    }
-    // QPainter::begin opened the first sheet already.
-    if (m_pages > 0 && !m_printer->newPage()) {
-        return -1;
-    }
-    ++m_pages;
-    return 1;
-}
-
-int PrinterDeviceContext::endPage() {
-    return m_printerPainter ? 1 : -1;
-}
-
-int PrinterDeviceContext::endDoc() {
-    if (!m_printerPainter) {
-        return -1;
-    }
-    const bool ended = m_printerPainter->end();
-    setTarget(idlePainter(), *m_printer);
-    m_printerPainter.reset();
-    return ended ? 1 : -1;
 }
 
 } // namespace qthost

@@ -8,7 +8,6 @@
 
 class QPainter;
 class QPaintDevice;
-class QPrinter;
 
 namespace qthost {
 
@@ -40,39 +39,32 @@ public:
     int endDoc() override { return -1; }
 
 protected:
+    // The line a selected font takes: where the baseline sits below the top, the cell height
+    // and the leading between lines.
+    struct LineMetrics {
+        int ascent = 0;
+        int height = 0;
+        int leading = 0;
+    };
+    // The toolkit's metrics of the selected font on the device; a printer may report others.
+    virtual LineMetrics lineMetrics() const;
+    // The Qt font a host font is drawn with; a printer may map faces.
+    virtual QFont resolveFont(const host::ui::Font& font) const;
+
     QPainter& painter() { return *m_painter; }
+    QPaintDevice& device() const { return *m_device; }
+    const QFont& currentFont() const { return m_font; }
+    const host::ui::Font& selectedFont() const { return m_hostFont; }
     void setTarget(QPainter& painter, QPaintDevice& device);
 
 private:
     QPainter* m_painter;    // not owned
     QPaintDevice* m_device; // not owned
+    host::ui::Font m_hostFont;
     QFont m_font;
     COLORREF m_textColor = 0;
     COLORREF m_bkColor = 0xFFFFFF;
     bool m_bkTransparent = false;
-};
-
-// A device context on a printer (a real one or a PDF file). Drawing happens between
-// startDoc and endDoc; each startPage after the first begins a new sheet.
-class PrinterDeviceContext final : public PainterDeviceContext {
-public:
-    explicit PrinterDeviceContext(std::unique_ptr<QPrinter> printer);
-    ~PrinterDeviceContext() override;
-    PrinterDeviceContext(const PrinterDeviceContext&) = delete;
-    PrinterDeviceContext& operator=(const PrinterDeviceContext&) = delete;
-
-    int startDoc(const CString& documentName) override;
-    int startPage() override;
-    int endPage() override;
-    int endDoc() override;
-
-    QPrinter& printer() { return *m_printer; }
-    int pagesStarted() const { return m_pages; }
-
-private:
-    std::unique_ptr<QPrinter> m_printer;
-    std::unique_ptr<QPainter> m_printerPainter;
-    int m_pages = 0;
 };
 
 } // namespace qthost

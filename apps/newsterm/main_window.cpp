@@ -2,7 +2,8 @@
 
 #include <QActionGroup>
 #include <QCloseEvent>
-#include <QFileDialog>
+#include <QDir>
+#include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
@@ -54,10 +55,10 @@ QString MainWindow::text(const char* chinese, const char* english) const {
 void MainWindow::buildMenus() {
     QMenu* file = menuBar()->addMenu(text("檔案(&F)", "&File"));
     file->addAction(text("列印(&P)...", "&Print..."), QKeySequence::Print, this,
-                    [this] { m_view->sendCommand(news::kCmdPrintNews); });
+                    [this] { runOutputCommand(news::kCmdPrintNews); });
     file->addAction(text("列印成 PDF...", "Print to P&DF..."), this, [this] { printToPdf(); });
     file->addAction(text("另存新聞(&S)...", "&Save news..."), QKeySequence::Save, this,
-                    [this] { m_view->sendCommand(news::kCmdSaveNews); });
+                    [this] { runOutputCommand(news::kCmdSaveNews); });
     file->addSeparator();
     file->addAction(text("結束(&X)", "&Quit"), QKeySequence::Quit, this, [this] { close(); });
 
@@ -110,16 +111,47 @@ void MainWindow::applySymbol() {
     }
 }
 
+bool MainWindow::checkSelection() {
+    if (m_view->hasSelection()) {
+        return true;
+    }
+    statusBar()->showMessage(text("請先在列表中選取新聞", "Select the news in the list first"), kStatusMessageMs);
+    return false;
+}
+
+void MainWindow::runOutputCommand(int command) {
+    if (checkSelection()) {
+        m_view->sendCommand(command);
+    }
+}
+
 void MainWindow::printToPdf() {
-    const QString path = QFileDialog::getSaveFileName(this, text("列印成 PDF", "Print to PDF"), QString(),
-                                                      QStringLiteral("PDF (*.pdf)"));
-    if (path.isEmpty()) {
+    if (!checkSelection()) {
+        return;
+    }
+    const std::optional<QString> path = m_ui.qtDialogs().askSaveFile(
+        this, text("列印成 PDF", "Print to PDF"), QStringLiteral("PDF (*.pdf)"), QStringLiteral("pdf"));
+    if (!path) {
+        return;
+    }
+    const QFileInfo target(*path);
+    const QFileInfo folder(target.absolutePath());
+    if (!folder.isDir() || !folder.isWritable() || (target.exists() && !target.isWritable())) {
+        reportProblem(this, text("列印成 PDF", "Print to PDF"),
+                      text("無法寫入檔案：\n", "The file cannot be written:\n") + QDir::toNativeSeparators(*path));
         return;
     }
     // The view asks for a printer as usual; the dialog service answers with this PDF file.
-    m_ui.qtDialogs().printNextToPdf(
-        path.endsWith(QStringLiteral(".pdf"), Qt::CaseInsensitive) ? path : path + QStringLiteral(".pdf"));
+    m_ui.qtDialogs().printNextToPdf(*path);
     m_view->sendCommand(news::kCmdPrintNews);
+    if (m_view->isPrintWaiting()) {
+        // The stories are still on their way: the file is written when they arrive.
+        statusBar()->showMessage(text("新聞內容到齊後寫入 ", "The PDF is written when the stories arrive: ") + *path,
+                                 kStatusMessageMs);
+    } else {
+        m_ui.qtDialogs().cancelPrintToPdf();
+        statusBar()->showMessage(text("已列印成 ", "Printed to ") + *path, kStatusMessageMs);
+    }
 }
 
 void MainWindow::chooseLanguage(const QString& language) {

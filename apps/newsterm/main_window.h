@@ -38,6 +38,9 @@ private:
     QString text(const char* chinese, const char* english) const;
     void buildMenus();
     void buildToolbar();
+    // Print and save: they take the selected rows; without one the status bar says so.
+    bool checkSelection();
+    void runOutputCommand(int command);
     void printToPdf();
     void chooseLanguage(const QString& language);
     void applySymbol();

@@ -12,6 +12,9 @@
 #include "host/framework/runtime_class.h"
 #include "host/framework/sync_info.h"
 #include "host/ui/messages.h"
+#include "host/ui/sheet.h"
+#include "news_view/news_ctrl_view.h"
+#include "output/news_print.h"
 
 namespace newsterm {
 
@@ -71,6 +74,22 @@ void ViewHost::sendCommand(int id) {
         m_view->GetWnd()->sendMessage(host::ui::win::WM_COMMAND,
                                       host::ui::MAKEWPARAM(static_cast<unsigned>(id), host::ui::win::BN_CLICKED), 0);
     }
+}
+
+bool ViewHost::hasSelection() const {
+    const auto* news = dynamic_cast<const TRVNewsCtrlView*>(m_view.get());
+    const host::ui::CSuperSheetWnd* grid = news != nullptr ? news->pGetCurrSheetView() : nullptr;
+    if (grid == nullptr) {
+        return false;
+    }
+    std::vector<int> rows;
+    grid->vGetAllSelectionNdx(rows);
+    return !rows.empty();
+}
+
+bool ViewHost::isPrintWaiting() const {
+    const auto* news = dynamic_cast<const TRVNewsCtrlView*>(m_view.get());
+    return news != nullptr && news->GetNewsPrint() != nullptr && news->GetNewsPrint()->bHasPending();
 }
 
 bool ViewHost::changeSymbol(const CString& code) {

@@ -33,6 +33,10 @@ public:
     void saveSettings(TRVCfgIO2& store);
     // A command of the view's own menus (print, save), as if chosen there.
     void sendCommand(int id);
+    // Whether the news view has rows selected in the grid it shows (what print and save take).
+    bool hasSelection() const;
+    // Whether the news view's printer holds requests that wait for titles or stories.
+    bool isPrintWaiting() const;
     // Makes code the current symbol of link group 1 and tells every quote view. False when
     // no news service knows the code.
     bool changeSymbol(const CString& code);

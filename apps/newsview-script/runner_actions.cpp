@@ -451,9 +451,16 @@ void ScenarioRunner::doGrid(const Statement& s) {
     }
     const long long row = number(s, index + 2);
     const int col = option(s, index + 3, "col") ? std::stoi(*option(s, index + 3, "col")) : 0;
-    const unsigned flags = option(s, index + 3, "flags")
-                               ? static_cast<unsigned>(std::stoul(*option(s, index + 3, "flags"), nullptr, 0))
-                               : 0u;
+    unsigned flags = 0;
+    if (const auto given = option(s, index + 3, "flags")) {
+        // A number, or the held keys by name: ctrl, shift, ctrl+shift.
+        if (*given == "ctrl" || *given == "shift" || *given == "ctrl+shift" || *given == "shift+ctrl") {
+            flags = (given->find("ctrl") != std::string::npos ? win::MK_CONTROL : 0u) |
+                    (given->find("shift") != std::string::npos ? win::MK_SHIFT : 0u);
+        } else {
+            flags = static_cast<unsigned>(std::stoul(*given, nullptr, 0));
+        }
+    }
     requireUsable(*grid);
     const auto point = row >= 0 ? grid->cellCenter(static_cast<std::size_t>(row), col) : std::nullopt;
     if (!point) {

@@ -291,30 +291,10 @@ std::vector<std::string> ScenarioRunner::observe(const Statement& s, const std::
         return lines.empty() ? std::vector<std::string>{"none"} : lines;
     }
     if (what == "printed") {
-        const auto& records = m_host->dialogs().records();
-        const auto job =
-            std::find_if(records.rbegin(), records.rend(), [](const auto& r) { return r.printJob != nullptr; });
-        if (job == records.rend()) {
-            return {"<nothing printed>"};
-        }
-        const headless::DrawingLog& log = *job->printJob;
-        if (words.size() > 1 && arg(1) == "pages") {
-            return {std::to_string(log.pages.size())};
-        }
-        if (words.size() > 1 && arg(1) == "errors") {
-            return log.errors.empty() ? std::vector<std::string>{"none"} : log.errors;
-        }
-        std::vector<std::string> lines{"document \"" + out(log.documentName) + "\""};
-        for (std::size_t p = 0; p < log.pages.size(); ++p) {
-            for (const headless::DrawOp* op : log.texts(p)) {
-                const host::ui::Point at = op->kind == headless::DrawOp::Kind::kTextOut
-                                               ? op->from
-                                               : host::ui::Point{op->rect.left, op->rect.top};
-                lines.push_back("page " + std::to_string(p + 1) + " " + std::to_string(at.x) + "," +
-                                std::to_string(at.y) + " " + out(op->text));
-            }
-        }
-        return lines;
+        return observePrinted(s, words);
+    }
+    if (what == "waiting") {
+        return observeWaiting(s, words);
     }
     if (what == "focus") {
         host::ui::Window* focus = m_host->ui().focusWindow();

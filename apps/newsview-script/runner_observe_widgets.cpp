@@ -283,10 +283,11 @@ std::vector<std::string> ScenarioRunner::observeFile(const Statement& s, const s
         // Files the module writes are code page 950; a UTF-8 file (a layout store) is shown as it is.
         std::string shown = utf8 ? line : out(line);
         if (raw) {
-            // Raw lines show the bytes a plain line hides: tabs and the CR of a CR LF.
+            // Raw lines show the bytes a plain line hides: tabs and every CR (a saved line
+            // written with "\r\n" ends in CR CR LF).
             std::string escaped;
             for (const char c : shown) {
-                escaped += c == '\t' ? std::string("\\t") : std::string(1, c);
+                escaped += c == '\t' ? std::string("\\t") : c == '\r' ? std::string("\\r") : std::string(1, c);
             }
             shown = escaped + (cr ? "\\r" : "");
         }

@@ -156,6 +156,15 @@ void ScenarioRunner::doStory(const Statement& s) {
         for (std::size_t i = 0; i < s.block.size(); ++i) {
             body += (i > 0 ? "\r\n" : "") + s.block[i];
         }
+    } else if (word(s, next) == "paragraphs") {
+        // A long story without writing it out: TEXT 1, TEXT 2, ... as paragraphs ("@@@@").
+        const long long count = number(s, next + 1);
+        if (count < 1 || count > 100000) {
+            scriptError(s, "a story has 1 to 100000 paragraphs");
+        }
+        for (long long i = 1; i <= count; ++i) {
+            body += (i > 1 ? "@@@@" : "") + word(s, next + 2) + std::to_string(i);
+        }
     } else {
         body = word(s, next);
     }

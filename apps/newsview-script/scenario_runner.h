@@ -181,6 +181,9 @@ private:
     std::vector<std::string> observeControl(const Statement& s, const std::vector<Word>& words) const;
     std::vector<std::string> observeFile(const Statement& s, const std::vector<Word>& words) const;
     std::string describeControl(const headless::WindowCore& control) const;
+    // --- Observations of printing and saving (runner_observe_output.cpp) ---
+    std::vector<std::string> observePrinted(const Statement& s, const std::vector<Word>& words) const;
+    std::vector<std::string> observeWaiting(const Statement& s, const std::vector<Word>& words) const;
 
     RunnerOptions m_options;
     std::ostream& m_out;

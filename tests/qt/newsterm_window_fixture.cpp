@@ -88,12 +88,16 @@ QByteArray feedFile(std::vector<FeedHeadline> feed) {
                            .toUtf8();
             }
         }
+        QStringList paragraphs;
+        for (int i = 1; i <= NewstermWindowTest::storyParagraphs(h); ++i) {
+            paragraphs.push_back(QStringLiteral("%1 第%2段：市場消息。").arg(h.title).arg(i));
+        }
         out += QStringLiteral("{\"at\":%1,\"event\":\"headline\",\"service\":%2,\"seq\":%3,\"title\":\"%4\","
-                              "\"symbols\":[\"%5\"]}\n")
+                              "\"symbols\":[\"%5\"],\"story\":\"%6\"}\n")
                    .arg(h.day * kSecondsPerDay + h.minute * 60)
                    .arg(h.service)
                    .arg(h.seq)
-                   .arg(h.title, h.symbol)
+                   .arg(h.title, h.symbol, paragraphs.join(QStringLiteral("@@@@")))
                    .toUtf8();
     }
     return out;
@@ -218,14 +222,14 @@ int NewstermWindowTest::shownMode() const {
     return shown;
 }
 
-void NewstermWindowTest::click(QWidget* widget, QPoint pos, Qt::MouseButton button) {
+void NewstermWindowTest::click(QWidget* widget, QPoint pos, Qt::MouseButton button, Qt::KeyboardModifiers modifiers) {
     ASSERT_NE(widget, nullptr);
     if (pos == QPoint(-1, -1)) {
         pos = widget->rect().center();
     }
     QWidget* top = widget->window();
     ASSERT_NE(top->windowHandle(), nullptr);
-    QTest::mouseClick(top->windowHandle(), button, Qt::NoModifier, widget->mapTo(top, pos));
+    QTest::mouseClick(top->windowHandle(), button, modifiers, widget->mapTo(top, pos));
 }
 
 void NewstermWindowTest::pressKey(Qt::Key key, Qt::KeyboardModifiers modifiers) {

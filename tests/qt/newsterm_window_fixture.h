@@ -57,6 +57,9 @@ struct FeedHeadline {
 class NewstermWindowTest : public ::testing::Test {
 public:
     static const QDate kToday;
+    // The story of a headline of the feed: service 16 has two paragraphs per sequence number
+    // (so its later headlines run over several printed pages), the others two.
+    static int storyParagraphs(const FeedHeadline& h) { return h.service == 16 ? 2 * h.seq : 2; }
 
 protected:
     NewstermWindowTest();
@@ -94,13 +97,15 @@ protected:
 
     // Input as the window system delivers it: through the top-level window under the point,
     // so pop-ups, grabs and focus behave as they do for a person.
-    static void click(QWidget* widget, QPoint pos = QPoint(-1, -1), Qt::MouseButton button = Qt::LeftButton);
+    static void click(QWidget* widget, QPoint pos = QPoint(-1, -1), Qt::MouseButton button = Qt::LeftButton,
+                      Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     static void pressKey(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     // The open pop-up (a menu, a combo's list, the calendar), waiting for it to show.
     static QWidget* openPopup();
     static bool noPopup();
 
     newsterm::MainWindow& window() const { return *m_window; }
+    qthost::QtUiHost& ui() const { return *m_ui; }
 
 private:
     SetClock m_clock;
