@@ -1,5 +1,5 @@
-// The double-byte text helpers (cutting, upper-casing, comparing, tokenising, searching,
-// replacing, trimming) against a model that works on whole characters. None may split a
+// The double-byte text helpers (stepping, cutting, upper-casing, comparing, tokenising,
+// searching, replacing, trimming) against a model that works on whole characters. None may split a
 // double-byte character, and upper-casing never changes a lead or trail byte.
 #include <cstdint>
 #include <set>
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "fuzz/fuzz_support.h"
+#include "host/text/char_next.h"
 #include "host/text/cp950.h"
 
 namespace {
@@ -112,6 +113,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (std::size_t i = 0; i + 1 < b.size(); ++i) {
         NEWS_FUZZ_CHECK(cp950::charLength(text, b[i]) == b[i + 1] - b[i], std::to_string(b[i]));
     }
+    // Stepping the platform's way pairs a lead byte with any byte but NUL; it reaches the end in
+    // steps of one or two and never parts a character that charLength sees whole.
+    for (std::size_t pos = 0; pos < text.size();) {
+        const std::size_t next = cp950::charNextA(text, pos);
+        const bool pairs =
+            cp950::isLeadByte(static_cast<unsigned char>(text[pos])) && pos + 1 < text.size() && text[pos + 1] != '\0';
+        NEWS_FUZZ_CHECK(next == pos + (pairs ? 2 : 1), std::to_string(pos));
+        NEWS_FUZZ_CHECK(cp950::charLength(text, pos) != 2 || next == pos + 2, std::to_string(pos));
+        pos = next;
+    }
+    NEWS_FUZZ_CHECK(cp950::charNextA(text, text.size()) == text.size(), "a step past the end");
     const std::size_t cut = cp950::cutLength(text, maxBytes);
     const std::size_t expectedCut = *(std::upper_bound(b.begin(), b.end(), maxBytes) - 1);
     NEWS_FUZZ_CHECK(cut == expectedCut, std::to_string(cut) + " for " + std::to_string(maxBytes));
