@@ -117,6 +117,8 @@ TEST_F(CfgStoreTest, ASaveRemovesTemporaryFilesThatACrashLeftBehind) {
             fs::last_write_time(m_dir / name, aged);
         }
     }
+    std::ofstream(m_dir / "layout.cfg.tmp-90s") << "partial";
+    fs::last_write_time(m_dir / "layout.cfg.tmp-90s", fs::file_time_type::clock::now() - std::chrono::seconds(90));
     CfgFileStore store;
     store.SetViewInfo("News", 0, 0, "View", "Key", "value");
     ASSERT_TRUE(store.save(path.string()));
@@ -126,7 +128,7 @@ TEST_F(CfgStoreTest, ASaveRemovesTemporaryFilesThatACrashLeftBehind) {
     }
     EXPECT_EQ(left,
               (std::set<std::string>{"layout.cfg", "layout.cfg.tmp-running", "other.cfg.tmp-1-0", "layout.cfg.bak"}))
-        << "old temporaries of this file go; a fresh one may be another process's save in progress";
+        << "temporaries of this file older than a minute go; a fresh one may be another process's save in progress";
 }
 
 TEST_F(CfgStoreTest, DamagedFilesAreRejectedWithTheirLineAndLeaveTheStoreEmpty) {

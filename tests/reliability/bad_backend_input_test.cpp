@@ -1,5 +1,6 @@
 // Hostile headlines and stories from the back end reach the view on the headless host over the
 // embedded back end: each gets a defined result, none crashes or hangs.
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <limits>
@@ -73,10 +74,18 @@ TEST_F(BadBackendInputTest, LoneLeadBytesAndHugeTextsAreShownAsSent) {
 TEST_F(BadBackendInputTest, TimesOutsideTheCalendarAreRefusedAndTimeZeroIsShown) {
     m_view.ingest({headline(1, at(9, 0), "morning"), headline(2, 0, "epoch"), headline(3, -1, "before 1970"),
                    headline(4, std::int64_t{1} << 40, "year 36812"),
-                   headline(5, std::numeric_limits<std::int64_t>::max(), "the end of time")});
-    EXPECT_EQ(titles(), (std::vector<CString>{"morning", "epoch"}));
-    EXPECT_EQ(m_view.cell(news::kModeAllNews, 1, kTimeColumn), "08:00") << "1970-01-01 08:00 in Taipei";
-    EXPECT_EQ(m_view.backend().ingestStats().rejected, 3u);
+                   headline(5, std::numeric_limits<std::int64_t>::max(), "the end of time"),
+                   headline(6, embedded::kMaxTime, "the last second a sort key holds"),
+                   headline(7, embedded::kMaxTime + 1, "one second later")});
+    EXPECT_EQ(titles(), (std::vector<CString>{"the last second a sort key holds", "morning", "epoch"}));
+    EXPECT_EQ(m_view.cell(news::kModeAllNews, 2, kTimeColumn), "08:00") << "1970-01-01 08:00 in Taipei";
+    EXPECT_EQ(m_view.backend().ingestStats().rejected, 4u);
+    // The back end's own table keeps the latest time whole (its key does not wrap).
+    std::vector<CHeadlineTable> table;
+    m_view.backend().BKQNEWS_iGetHeadlineTable(16, table, BKQuoteInterface::kByDate, "20240305");
+    const auto last = std::find_if(table.begin(), table.end(), [](const CHeadlineTable& e) { return e.m_iSeqNo == 6; });
+    ASSERT_NE(last, table.end());
+    EXPECT_EQ(last->m_tTime, embedded::kMaxTime);
 }
 
 TEST_F(BadBackendInputTest, UnknownServicesDuplicateKeysAndEmptyCategoriesHaveOneMeaning) {
