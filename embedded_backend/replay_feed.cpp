@@ -164,6 +164,13 @@ LineStatus parseReplayLine(std::string_view line, std::int64_t baseTime, FeedEve
         if (o.find("story") != nullptr) {
             event.story = std::move(story);
         }
+        if (const JsonValue* lost = o.find("lost"); lost != nullptr) {
+            if (!lost->isBool()) {
+                error = "\"lost\" must be true or false";
+                return LineStatus::Bad;
+            }
+            event.lost = lost->boolValue();
+        }
     } else if (kind == "story") {
         event.kind = FeedEventKind::Story;
         CString text;
@@ -322,6 +329,9 @@ std::string replayLine(const FeedEvent& e, double at) {
         }
         if (e.story) {
             out += ",\"story\":" + jsonQuote(cp950::toUtf8(*e.story));
+        }
+        if (e.lost) {
+            out += ",\"lost\":true";
         }
         break;
     case FeedEventKind::Story:

@@ -206,6 +206,14 @@ std::vector<CfgFileStore::Entry> CfgFileStore::entries() const {
     return result;
 }
 
+namespace {
+
+constexpr std::string_view kHeaderPrefix = "# news layout store ";
+constexpr std::string_view kEndPrefix = "# end: ";
+constexpr std::string_view kEndSuffix = " settings";
+
+} // namespace
+
 std::string CfgFileStore::serialize() const {
     std::string out(kHeader);
     out += '\n';
@@ -219,6 +227,7 @@ std::string CfgFileStore::serialize() const {
         out += encodeField(value);
         out += '\n';
     }
+    out += std::string(kEndPrefix) + std::to_string(m_values.size()) + std::string(kEndSuffix) + '\n';
     return out;
 }
 
@@ -231,6 +240,8 @@ CfgFileStore::LoadResult CfgFileStore::parse(std::string_view text) {
     std::map<Key, CString> parsed;
     std::map<Key, std::size_t> firstLine;
     bool headerSeen = false;
+    int format = 0;
+    std::size_t endLine = 0; // the line of "# end: N settings"; 0 while none
     std::size_t lineNumber = 0;
     while (!text.empty()) {
         ++lineNumber;
@@ -241,11 +252,36 @@ CfgFileStore::LoadResult CfgFileStore::parse(std::string_view text) {
             line.remove_suffix(1); // a file edited on Windows
         }
         if (!headerSeen) {
-            if (line != kHeader) {
+            int version = 0;
+            if (line.substr(0, kHeaderPrefix.size()) != kHeaderPrefix ||
+                !parseLayout(line.substr(kHeaderPrefix.size()), version) || version < 1) {
                 return damaged(lineNumber,
                                "not a layout store (the first line must be \"" + std::string(kHeader) + "\")");
             }
+            if (version > kFormat) {
+                m_values.clear();
+                return LoadResult{LoadStatus::kTooNew,
+                                  "written by a newer version (format " + std::to_string(version) +
+                                      "; this version reads formats 1 to " + std::to_string(kFormat) + ")",
+                                  lineNumber};
+            }
+            format = version;
             headerSeen = true;
+            continue;
+        }
+        if (endLine != 0 && !line.empty()) {
+            return damaged(lineNumber, "text after the end line " + std::to_string(endLine));
+        }
+        if (format >= 2 && line.substr(0, kEndPrefix.size()) == kEndPrefix) {
+            const std::string_view count = line.substr(kEndPrefix.size());
+            int settings = -1;
+            if (count.size() <= kEndSuffix.size() || count.substr(count.size() - kEndSuffix.size()) != kEndSuffix ||
+                !parseLayout(count.substr(0, count.size() - kEndSuffix.size()), settings) ||
+                static_cast<std::size_t>(settings) != parsed.size()) {
+                return damaged(lineNumber, "the end line does not count the " + std::to_string(parsed.size()) +
+                                               " settings before it");
+            }
+            endLine = lineNumber;
             continue;
         }
         if (line.empty() || line.front() == '#') {
@@ -297,6 +333,9 @@ CfgFileStore::LoadResult CfgFileStore::parse(std::string_view text) {
     }
     if (!headerSeen) {
         return damaged(lineNumber == 0 ? 1 : lineNumber, "empty file");
+    }
+    if (format >= 2 && endLine == 0) {
+        return damaged(lineNumber + 1, "the file ends early (no end line): it was cut short");
     }
     m_values = std::move(parsed);
     return LoadResult{};
