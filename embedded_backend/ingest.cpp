@@ -82,7 +82,7 @@ void Ingest::convert(const FeedEvent& e, NewsBatch& batch) {
     switch (e.kind) {
     case FeedEventKind::Headline:
     case FeedEventKind::Resend: {
-        if (e.service == 0 || e.title.empty() || e.time < 0 || e.seq < 0 || e.seq > kMaxSeq) {
+        if (e.service == 0 || e.title.empty() || e.time < 0 || e.time > kMaxTime || e.seq < 0 || e.seq > kMaxSeq) {
             ++m_stats.rejected;
             return;
         }

@@ -135,7 +135,9 @@ LineStatus parseReplayLine(std::string_view line, std::int64_t baseTime, FeedEve
         error = "\"at\" must be a number of seconds from 0";
         return LineStatus::Bad;
     }
-    at = atValue->numberValue();
+    // Offsets count to the millisecond, as replayLine writes them; the event's time is the
+    // whole seconds of the offset so rounded, so a line written back reads as the same event.
+    at = std::round(atValue->numberValue() * 1000) / 1000;
     event = FeedEvent{};
     event.time = baseTime + static_cast<std::int64_t>(std::floor(at));
 

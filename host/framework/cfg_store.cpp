@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <charconv>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -147,6 +148,24 @@ bool parseLayout(std::string_view text, int& value) {
     }
     const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
     return ec == std::errc{} && end == text.data() + text.size();
+}
+
+// A save cut short by a crash leaves its temporary file behind. The next save removes those of
+// the same file that are old enough not to belong to a save still running in another process.
+void removeStaleTemporaries(const std::filesystem::path& target) {
+    constexpr auto kStaleAfter = std::chrono::minutes(1);
+    const std::string prefix = target.filename().string() + ".tmp-";
+    const std::filesystem::path folder = target.parent_path().empty() ? "." : target.parent_path();
+    const auto now = std::filesystem::file_time_type::clock::now();
+    std::error_code ec;
+    for (std::filesystem::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
+        const std::string name = it->path().filename().string();
+        std::error_code ignored;
+        if (name.starts_with(prefix) && it->is_regular_file(ignored) &&
+            now - it->last_write_time(ignored) > kStaleAfter) {
+            std::filesystem::remove(it->path(), ignored);
+        }
+    }
 }
 
 std::string uniqueSuffix() {
@@ -375,5 +394,6 @@ bool CfgFileStore::save(const std::string& path, std::string* error) const {
         std::filesystem::remove(temporary, ignored);
         return fail("cannot replace " + path + ": " + ec.message());
     }
+    removeStaleTemporaries(target);
     return true;
 }

@@ -24,7 +24,8 @@
 // that ends one; a code page 950 character is written as UTF-8 when it converts there and back
 // unchanged, and as %XX bytes otherwise (a lone lead byte, an unassigned code).
 // Saving writes a temporary file in the same folder, flushes it and renames it over the old
-// file, so a crash leaves either the old or the new file, never half of one.
+// file, so a crash leaves either the old or the new file, never half of one; a temporary file a
+// crash left behind is removed by a later save once it is a minute old.
 // Ownership: the host owns the store. Thread: UI thread (saving blocks on the disk).
 class CfgFileStore : public TRVCfgIO2 {
 public:

@@ -65,6 +65,25 @@ TEST(ReplayLine, ParsesEveryEventKind) {
     EXPECT_EQ(parseReplayLine("   \r", kBase, e, at, error), LineStatus::Blank);
 }
 
+TEST(ReplayLine, OffsetAndTimeSurviveWritingAndReadingBack) {
+    // Offsets are kept to the millisecond; the event time must follow the offset as written.
+    for (const char* line : {R"({"at":0.9996,"event":"disconnect"})", R"({"at":59.9995,"event":"reconnect"})",
+                             R"({"at":0.0004,"event":"disconnect"})", R"({"at":1e9,"event":"disconnect"})",
+                             R"({"at":7.0015,"event":"headline","service":16,"seq":1,"title":"x"})"}) {
+        FeedEvent e;
+        double at = 0;
+        std::string error;
+        ASSERT_EQ(parseReplayLine(line, kBase, e, at, error), LineStatus::Event) << line << ": " << error;
+        const std::string written = replayLine(e, at);
+        FeedEvent back;
+        double backAt = 0;
+        ASSERT_EQ(parseReplayLine(written, kBase, back, backAt, error), LineStatus::Event) << written;
+        EXPECT_EQ(back, e) << line << " was written as " << written;
+        EXPECT_EQ(backAt, at) << line << " was written as " << written;
+        EXPECT_EQ(replayLine(back, backAt), written);
+    }
+}
+
 TEST(ReplayLine, BadLinesSayWhy) {
     const char* bad[] = {
         R"({"at":1,"event":"headline","service":16,"seq":1})",               // no title

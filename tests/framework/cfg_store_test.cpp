@@ -1,6 +1,8 @@
+#include <chrono>
 #include <climits>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -104,6 +106,30 @@ TEST_F(CfgStoreTest, SavingReplacesTheFileAtomicallyAndLoadingReadsItBack) {
     EXPECT_EQ(readFile(path), before);
     EXPECT_EQ(loaded.load((m_dir / "absent.cfg").string()).status, CfgFileStore::LoadStatus::kMissing);
     EXPECT_TRUE(loaded.empty());
+}
+
+TEST_F(CfgStoreTest, ASaveRemovesTemporaryFilesThatACrashLeftBehind) {
+    const fs::path path = m_dir / "layout.cfg";
+    const auto aged = fs::file_time_type::clock::now() - std::chrono::hours(2);
+    for (const char* name : {"layout.cfg.tmp-1-0", "layout.cfg.tmp-crashed", "layout.cfg.tmp-running",
+                             "other.cfg.tmp-1-0", "layout.cfg.bak"}) {
+        std::ofstream(m_dir / name) << "partial";
+        if (std::string(name) != "layout.cfg.tmp-running") {
+            fs::last_write_time(m_dir / name, aged);
+        }
+    }
+    std::ofstream(m_dir / "layout.cfg.tmp-90s") << "partial";
+    fs::last_write_time(m_dir / "layout.cfg.tmp-90s", fs::file_time_type::clock::now() - std::chrono::seconds(90));
+    CfgFileStore store;
+    store.SetViewInfo("News", 0, 0, "View", "Key", "value");
+    ASSERT_TRUE(store.save(path.string()));
+    std::set<std::string> left;
+    for (const auto& entry : fs::directory_iterator(m_dir)) {
+        left.insert(entry.path().filename().string());
+    }
+    EXPECT_EQ(left,
+              (std::set<std::string>{"layout.cfg", "layout.cfg.tmp-running", "other.cfg.tmp-1-0", "layout.cfg.bak"}))
+        << "temporaries of this file older than a minute go; a fresh one may be another process's save in progress";
 }
 
 TEST_F(CfgStoreTest, DamagedFilesAreRejectedWithTheirLineAndLeaveTheStoreEmpty) {
