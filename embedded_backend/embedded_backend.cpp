@@ -220,6 +220,30 @@ void EmbeddedBackend::startGenerator(GeneratorFeedOptions options) {
     if (options.generator.startTime == 0) {
         options.generator.startTime = now();
     }
+    // The generator goes on where the news of the current day stopped: on the latest day any
+    // service is on, after the highest number each service used that day.
+    if (options.generator.startDay == 0) {
+        for (const auto& [service, day] : m_ui->cache.currentDays()) {
+            options.generator.startDay = std::max(options.generator.startDay, day);
+        }
+    }
+    if (options.generator.lastSeq.empty()) {
+        for (const auto& [service, day] : m_ui->cache.currentDays()) {
+            if (day != options.generator.startDay) {
+                continue;
+            }
+            std::vector<CHeadlineTable> entries;
+            m_ui->cache.dateTable(service, day, entries);
+            std::int32_t last = 0;
+            for (const CHeadlineTable& e : entries) {
+                last = std::max(last, e.m_iSeqNo);
+            }
+            options.generator.lastSeq[service] = last;
+        }
+    }
+    if (!options.now && options.eventsPerSecond > 0) {
+        options.now = [this] { return now(); };
+    }
     Ingest* target = m_ingest.get();
     m_generator.start(std::move(options),
                       [target](std::vector<FeedEvent> events) { target->submit(std::move(events)); });

@@ -34,7 +34,8 @@ struct EmbeddedBackendOptions {
     std::string systemPath;                     // folder of Application.ini and NewsService.ini
     std::string languageFile;                   // UTF-8 KEY=text file; when absent keys show as themselves
     UiDispatcher* dispatcher = nullptr;         // required; outlives the back end
-    const host::Clock* clock = nullptr;         // "now"; null: the system clock (read on the UI thread only)
+    // "now"; null: the system clock. A running generator also reads it on its feed thread.
+    const host::Clock* clock = nullptr;
     NewsSubscriptions* subscriptions = nullptr; // null: NewsSubscriptions::instance()
     std::size_t maxSearchResults = 1000;        // newest first
     std::size_t tableDepth = NewsCache::kDefaultTableDepth; // newest entries of a category or symbol table
@@ -82,7 +83,8 @@ public:
     void stopReplay();
     bool waitReplayFinished(std::chrono::milliseconds timeout);
     ReplayReport replayReport() const;
-    // startTime 0: now.
+    // startTime 0: now. startDay 0 and lastSeq empty: the latest current day and the numbers
+    // the cache holds for it. Paced in real time, events are never stamped after the clock.
     void startGenerator(GeneratorFeedOptions options);
     void stopGenerator();
     bool waitGeneratorFinished(std::chrono::milliseconds timeout);

@@ -205,15 +205,14 @@ int EmbeddedBackend::AppInfoGetProductID() {
 
 bool EmbeddedBackend::GetSymbolsByService(unsigned char service, std::vector<CString>& codes,
                                           std::vector<CString>& names, int) {
-    const Catalog::Service* s = m_ui->catalog.service(service);
-    if (s == nullptr) {
+    if (m_ui->catalog.service(service) == nullptr) {
         return false;
     }
     codes.clear();
     names.clear();
-    for (const Catalog::Symbol& symbol : s->symbols) {
-        codes.push_back(symbol.code);
-        names.push_back(symbol.name);
+    for (const Catalog::Symbol* symbol : m_ui->catalog.symbolsByCode(service)) {
+        codes.push_back(symbol->code);
+        names.push_back(symbol->name);
     }
     return true;
 }
