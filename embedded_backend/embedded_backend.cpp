@@ -48,6 +48,7 @@ EmbeddedBackend::EmbeddedBackend(EmbeddedBackendOptions options)
     m_ui->connected = m_options.startConnected;
     m_ui->cache.setTableDepth(m_options.tableDepth);
     m_ui->onStoreError = m_options.onStoreError;
+    m_ui->onNewsDay = m_options.onNewsDay;
     m_ui->catalog.loadBuiltIn();
     if (!m_options.systemPath.empty()) {
         m_ui->catalog.loadIni((std::filesystem::path(m_options.systemPath) / "NewsService.ini").string());
@@ -179,8 +180,10 @@ void EmbeddedBackend::disconnect() {
     ingest({controlEvent(FeedEventKind::Disconnect, 0, now())});
 }
 
-void EmbeddedBackend::startNewDay(unsigned char service) {
-    ingest({controlEvent(FeedEventKind::NewDay, service, now())});
+void EmbeddedBackend::startNewDay(unsigned char service, int day) {
+    FeedEvent e = controlEvent(FeedEventKind::NewDay, service, now());
+    e.day = day;
+    ingest({std::move(e)});
 }
 
 void EmbeddedBackend::ingest(std::vector<FeedEvent> events) {

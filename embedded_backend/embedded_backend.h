@@ -45,6 +45,9 @@ struct EmbeddedBackendOptions {
     // Called on the UI thread when the store fails to write (a full disk, a file damaged
     // while running); the news keeps arriving in the cache.
     std::function<void(const std::string&)> onStoreError;
+    // Called on the UI thread when a service starts a news day, before any view hears of it:
+    // the host's clock can follow a simulated day.
+    std::function<void(unsigned char service, int day)> onNewsDay;
 };
 
 // The back end newsterm runs on without a quote server. It owns the cache the UI thread
@@ -74,7 +77,8 @@ public:
     // The toolbar: the link to the (simulated) news server and a new news day.
     void connect();
     void disconnect();
-    void startNewDay(unsigned char service);
+    // day 0: the day after the service's current one, or today when that is later.
+    void startNewDay(unsigned char service, int day = 0);
     // Feeds in the app's own hands; any thread.
     void ingest(std::vector<FeedEvent> events);
 

@@ -26,6 +26,7 @@ struct UiState {
     bool connected = true;
     std::string storeError;
     std::function<void(const std::string&)> onStoreError;
+    std::function<void(unsigned char service, int day)> onNewsDay; // before the views hear of it
 
     // Applies one ingest batch in order and tells the views: pushes for new headlines (only
     // while connected, only to views registered for the service, checked at each call), story

@@ -16,8 +16,10 @@
 #include "adapters/qt/text_codec.h"
 #include "apps/newsterm/backend_session.h"
 #include "apps/newsterm/problem_report.h"
+#include "apps/newsterm/status_panel.h"
 #include "apps/newsterm/term_settings.h"
 #include "apps/newsterm/view_host.h"
+#include "apps/newsterm/window_fit.h"
 #include "news_view/news_ids.h"
 
 namespace newsterm {
@@ -26,24 +28,30 @@ namespace {
 constexpr const char* kViewClass = "TRVNewsCtrlView";
 constexpr const char* kViewName = "News";
 constexpr int kStatusMessageMs = 5000;
+constexpr QSize kFirstSize(1200, 760);
 } // namespace
 
 MainWindow::MainWindow(qthost::QtUiHost& ui, BackendSession& session, TermSettings& settings, QString language)
     : m_ui(ui), m_session(session), m_settings(settings), m_language(std::move(language)) {
-    setWindowTitle(text("新聞終端機", "News terminal"));
-    resize(1200, 760);
+    // Generated news is never mistaken for the market's.
+    setWindowTitle(m_session.isGenerated() ? text("新聞終端機（模擬新聞）", "News terminal (generated news)")
+                                           : text("新聞終端機", "News terminal"));
     auto* central = new QWidget(this);
     central->setObjectName(QStringLiteral("newsViewArea"));
     setCentralWidget(central);
     buildMenus();
     buildToolbar();
-    if (!restoreGeometry(m_settings.windowGeometry())) {
-        resize(1200, 760);
-    }
+    m_status = new StatusPanel(*statusBar(), m_session, m_language == QStringLiteral("en"));
+    // The window fits the screen it opens on, whatever the scale factor; a restored window
+    // too, when it was saved on a larger screen.
+    fitOnScreen(*this, restoreGeometry(m_settings.windowGeometry()) ? size() : kFirstSize);
     m_view = std::make_unique<ViewHost>(m_ui, central, kViewClass);
     m_view->loadSettings(m_settings.layout(), kViewName);
-    statusBar()->showMessage(m_view->hasView() ? text("新聞即時更新中", "Live news")
-                                               : text("新聞檢視尚未加入此版本", "The news view is not in this build"));
+    m_symbol->setText(m_view->symbolCode());
+    // The link and the source of the news have their permanent place (StatusPanel).
+    if (!m_view->hasView()) {
+        statusBar()->showMessage(text("新聞檢視尚未加入此版本", "The news view is not in this build"));
+    }
 }
 
 MainWindow::~MainWindow() = default;
@@ -91,13 +99,16 @@ void MainWindow::buildToolbar() {
     m_connected->setChecked(m_session.isConnected());
     connect(m_connected, &QAction::toggled, this, [this](bool on) {
         m_session.setConnected(on);
+        m_status->refresh();
         m_connected->setText(on ? text("連線中", "Connected") : text("已斷線", "Disconnected"));
         statusBar()->showMessage(on ? text("已重新連線", "Reconnected") : text("已中斷連線", "Disconnected"),
                                  kStatusMessageMs);
     });
     bar->addAction(text("新的新聞日", "New news day"), this, [this] {
-        m_session.startNewDay();
-        statusBar()->showMessage(text("已開始新的新聞日", "A new news day has started"), kStatusMessageMs);
+        const int day = m_session.startNewDay();
+        statusBar()->showMessage(text("已開始新的新聞日 ", "A new news day has started: ") +
+                                     QStringLiteral("%1/%2/%3").arg(day / 10000).arg(day / 100 % 100, 2, 10, QLatin1Char('0')).arg(day % 100, 2, 10, QLatin1Char('0')),
+                                 kStatusMessageMs);
     });
 }
 

@@ -13,6 +13,7 @@ class QtUiHost;
 namespace newsterm {
 
 class BackendSession;
+class StatusPanel;
 class TermSettings;
 class ViewHost;
 
@@ -29,6 +30,7 @@ public:
 
     // Stores geometry and view settings now (also done on close); the reason on failure.
     QString saveSettings();
+    StatusPanel& statusPanel() const { return *m_status; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -52,6 +54,7 @@ private:
     std::unique_ptr<ViewHost> m_view;
     QLineEdit* m_symbol = nullptr;  // owned by the toolbar
     QAction* m_connected = nullptr; // owned by the toolbar
+    StatusPanel* m_status = nullptr; // owned by the status bar
     bool m_saved = false;
 };
 
