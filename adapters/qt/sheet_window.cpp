@@ -132,7 +132,46 @@ QtSheet::QtSheet(QWidget* parent, int id) : WindowImpl(new SheetView(parent), id
     // The bar announces a user's action (a drag, a click, a wheel turn) just before it moves.
     QObject::connect(vbar, &QScrollBar::actionTriggered, view, [this](int) { m_sliderAction = true; });
     QObject::connect(vbar, &QScrollBar::valueChanged, view, [this] { onScrolled(); });
+    m_model->beforePublish = [this] { rememberRowsInView(); };
+    m_model->afterPublish = [this] { keepRowsInView(); };
     applyStyleSheet();
+}
+
+void QtSheet::requestRepaint() {
+    m_model->invalidateAll();
+}
+void QtSheet::repaintNow() {
+    m_model->invalidateAll();
+}
+
+void QtSheet::rememberRowsInView() {
+    m_anchorRow.reset();
+    const QTableView& view = tableView();
+    const int top = view.verticalScrollBar()->value();
+    const std::optional<std::size_t> first = m_model->moduleRow(top);
+    if (!first) {
+        return;
+    }
+    const int focus = m_model->focusRow();
+    const bool reading = view.hasFocus() && focus >= 0 && static_cast<std::size_t>(focus) >= *first &&
+                         static_cast<std::size_t>(focus) < *first + static_cast<std::size_t>(std::max(1, iGetRowsPerPage()));
+    if (top > 0 || reading) {
+        m_anchorRow = first;
+    }
+}
+
+void QtSheet::keepRowsInView() {
+    if (!m_anchorRow) {
+        return;
+    }
+    // The bar's range follows the new row count only after a layout; do it now.
+    tableView().doItemsLayout();
+    QScrollBar* bar = tableView().verticalScrollBar();
+    const int target = static_cast<int>(std::min<std::size_t>(*m_anchorRow, static_cast<std::size_t>(bar->maximum())));
+    m_anchorRow.reset();
+    if (target != bar->value()) {
+        bar->setValue(target);
+    }
 }
 
 QTableView& QtSheet::tableView() const {
