@@ -10,8 +10,10 @@
 #include <QLineEdit>
 #include <QStatusBar>
 #include <QTabBar>
+#include <QScrollBar>
 #include <QTableView>
 #include <QTest>
+#include <QWheelEvent>
 #include <chrono>
 #include <csignal>
 
@@ -274,6 +276,47 @@ TEST_F(NewstermTrustTest, GeneratedNewsIsMarkedInTheTitleAndTheStatusBar) {
     m_window = std::make_unique<newsterm::MainWindow>(*m_ui, *m_session, *m_settings, QStringLiteral("en"));
     EXPECT_TRUE(m_window->windowTitle().contains(QStringLiteral("generated")));
     EXPECT_TRUE(m_window->statusPanel().sourceText().startsWith(QStringLiteral("Generated news")));
+}
+
+// The list stays put while the user reads further down: new headlines arriving at the top do
+// not move the rows on screen. Back at the top, new headlines show as they come.
+TEST_F(NewstermTrustTest, TheListStaysPutWhileScrolledAwayFromTheTop) {
+    m_base.set(QDateTime(QDate(2024, 5, 15), QTime(10, 0)).toSecsSinceEpoch());
+    QByteArray feed;
+    for (int seq = 1; seq <= 80; ++seq) {
+        feed += QStringLiteral("{\"at\":%1,\"event\":\"headline\",\"service\":16,\"seq\":%1,\"title\":\"舊聞%1\","
+                               "\"symbols\":[\"2330\"]}\n")
+                    .arg(seq)
+                    .toUtf8();
+    }
+    m_base.set(QDateTime(QDate(2024, 5, 15), QTime(9, 0)).toSecsSinceEpoch());
+    start(feed);
+    m_base.set(QDateTime(QDate(2024, 5, 15), QTime(10, 0)).toSecsSinceEpoch());
+    ASSERT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == 80; }));
+    QTableView* table = grid(news::kModeAllNews);
+    const auto topTitle = [&] { return title(news::kModeAllNews, table->rowAt(0)); };
+    ASSERT_EQ(topTitle(), utf8("舊聞80"));
+
+    // Three notches of the wheel down, as a person reads on.
+    const QPoint at(table->viewport()->width() / 2, table->viewport()->height() / 2);
+    QWheelEvent wheel(at, table->viewport()->mapToGlobal(at), QPoint(), QPoint(0, -360), Qt::NoButton, Qt::NoModifier,
+                      Qt::NoScrollPhase, false);
+    QApplication::sendEvent(table->viewport(), &wheel);
+    const QString reading = topTitle();
+    ASSERT_NE(reading, utf8("舊聞80")) << "the wheel did not scroll";
+    for (int seq = 81; seq <= 85; ++seq) {
+        push(16, seq, "新聞", "2330");
+    }
+    ASSERT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == 85; }));
+    drainEvents();
+    EXPECT_EQ(topTitle(), reading) << "the rows on screen moved";
+
+    // Home: the newest first, and what comes now shows at the top.
+    table->verticalScrollBar()->setValue(0);
+    m_base.set(QDateTime(QDate(2024, 5, 15), QTime(10, 5)).toSecsSinceEpoch());
+    push(16, 86, "最新新聞", "2330");
+    ASSERT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == 86; }));
+    EXPECT_TRUE(waitUntil([&] { return topTitle() == utf8("最新新聞"); })) << qPrintable(topTitle());
 }
 
 TEST(NewstermWindowFit, TheFirstWindowFitsTheScreenAtAnyScale) {
