@@ -186,6 +186,16 @@ void EmbeddedBackend::startNewDay(unsigned char service, int day) {
     ingest({std::move(e)});
 }
 
+bool EmbeddedBackend::setLanguageFile(const std::string& path) {
+    LanguageTable fresh;
+    if (!fresh.load(path)) {
+        return false;
+    }
+    m_ui->language = std::move(fresh);
+    m_options.languageFile = path;
+    return true;
+}
+
 void EmbeddedBackend::ingest(std::vector<FeedEvent> events) {
     if (!m_shutDown) {
         m_ingest->submit(std::move(events));

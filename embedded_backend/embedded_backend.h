@@ -79,6 +79,9 @@ public:
     void disconnect();
     // day 0: the day after the service's current one, or today when that is later.
     void startNewDay(unsigned char service, int day = 0);
+    // Reads another language table (a UTF-8 KEY=text file); false, with the table unchanged,
+    // when it cannot be read. Views take the new texts the next time they ask.
+    bool setLanguageFile(const std::string& path);
     // Feeds in the app's own hands; any thread.
     void ingest(std::vector<FeedEvent> events);
 

@@ -97,6 +97,11 @@ void BackendSession::startGenerator() {
     m_backend->startGenerator(generator);
 }
 
+bool BackendSession::setLanguage(const QString& language) {
+    return m_backend->setLanguageFile(
+        localPath(m_options.resourcesDir + QStringLiteral("/lang/") + language + QStringLiteral(".lang")));
+}
+
 bool BackendSession::isConnected() const {
     return m_backend->bIsConnect() != 0;
 }

@@ -53,6 +53,8 @@ public:
     std::vector<FeedLineProblem> takeFeedProblems();
 
     embedded::EmbeddedBackend& backend() { return *m_backend; }
+    // Switches the back end's language texts (zh-TW or en); false when the table is missing.
+    bool setLanguage(const QString& language);
     bool isConnected() const;
     void setConnected(bool connected);
     // Starts a new news day on every service: the day after the latest one, or today when that

@@ -13,6 +13,7 @@
 #include "apps/newsterm/backend_session.h"
 #include "apps/newsterm/main_window.h"
 #include "apps/newsterm/problem_report.h"
+#include "apps/newsterm/qt_translation.h"
 #include "apps/newsterm/quit_signals.h"
 #include "apps/newsterm/term_clock.h"
 #include "apps/newsterm/term_options.h"
@@ -82,6 +83,10 @@ int main(int argc, char** argv) {
     }
     if (!options.languageGiven && !settings.language().isEmpty()) {
         options.language = settings.language();
+    }
+    if (!newsterm::useQtTranslation(options.language)) {
+        newsterm::reportProblem(nullptr, QStringLiteral("Language"),
+                                QStringLiteral("Qt's own texts are not translated (package qt6-translations-l10n)."));
     }
 
     const QString family = QString::fromLatin1(qthost::kDefaultFontFamily);

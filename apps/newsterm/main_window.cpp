@@ -16,6 +16,7 @@
 #include "adapters/qt/text_codec.h"
 #include "apps/newsterm/backend_session.h"
 #include "apps/newsterm/problem_report.h"
+#include "apps/newsterm/qt_translation.h"
 #include "apps/newsterm/status_panel.h"
 #include "apps/newsterm/term_settings.h"
 #include "apps/newsterm/view_host.h"
@@ -169,12 +170,31 @@ void MainWindow::chooseLanguage(const QString& language) {
     if (language == m_language) {
         return;
     }
+    // Everything speaks the new language at once: Qt's own dialogs, the back end's texts, the
+    // news view (built again with the settings it had) and the terminal's menus and bars.
+    m_language = language;
     m_settings.setLanguage(language);
-    const QString failure = saveSettings();
-    QMessageBox::information(
-        this, text("語言", "Language"),
-        failure.isEmpty() ? text("新的語言在下次啟動時生效。", "The new language takes effect at the next start.")
-                          : failure);
+    useQtTranslation(language);
+    m_session.setLanguage(language);
+    m_view->saveSettings(m_settings.layout());
+    m_view.reset();
+    m_view = std::make_unique<ViewHost>(m_ui, centralWidget(), kViewClass);
+    m_view->loadSettings(m_settings.layout(), kViewName);
+    const QString symbol = m_symbol->text();
+    menuBar()->clear();
+    if (QToolBar* bar = findChild<QToolBar*>(QStringLiteral("mainToolbar"))) {
+        removeToolBar(bar);
+        delete bar;
+    }
+    buildMenus();
+    buildToolbar();
+    m_symbol->setText(symbol);
+    setWindowTitle(m_session.isGenerated() ? text("新聞終端機（模擬新聞）", "News terminal (generated news)")
+                                           : text("新聞終端機", "News terminal"));
+    m_status->setEnglish(language == QStringLiteral("en"));
+    if (const QString failure = saveSettings(); !failure.isEmpty()) {
+        reportProblem(this, text("設定", "Settings"), text("無法儲存設定：", "The settings could not be saved: ") + failure);
+    }
 }
 
 QString MainWindow::saveSettings() {

@@ -23,16 +23,27 @@ StatusPanel::StatusPanel(QStatusBar& bar, BackendSession& session, bool english)
     m_link->setAlignment(Qt::AlignCenter);
     bar.addPermanentWidget(m_source);
     bar.addPermanentWidget(m_link);
+    showSource();
+    m_timer = new QTimer(this);
+    m_timer->setInterval(kPollMs);
+    connect(m_timer, &QTimer::timeout, this, [this] { refresh(); });
+    m_timer->start();
+    refresh();
+}
+
+void StatusPanel::showSource() {
     if (m_session.isGenerated()) {
         m_source->setText(text("模擬新聞（非真實行情）", "Generated news (not real)"));
         m_source->setStyleSheet(QStringLiteral("QLabel { color: #b06000; font-weight: bold; }"));
     } else {
         m_source->setText(text("重播：", "Replay: ") + m_session.feedName());
     }
-    m_timer = new QTimer(this);
-    m_timer->setInterval(kPollMs);
-    connect(m_timer, &QTimer::timeout, this, [this] { refresh(); });
-    m_timer->start();
+}
+
+void StatusPanel::setEnglish(bool english) {
+    m_english = english;
+    m_connected = -1; // shown again in the new language
+    showSource();
     refresh();
 }
 

@@ -23,10 +23,13 @@ public:
 
     // Reads the link state and the replay's problems now (also done twice a second).
     void refresh();
+    // Shows the fields in the other language.
+    void setEnglish(bool english);
     QString linkText() const;
     QString sourceText() const;
 
 private:
+    void showSource();
     QString text(const char* chinese, const char* english) const;
 
     QStatusBar& m_bar;

@@ -20,6 +20,7 @@
 #include "adapters/qt/qt_ui_host.h"
 #include "apps/newsterm/backend_session.h"
 #include "apps/newsterm/main_window.h"
+#include "apps/newsterm/qt_translation.h"
 #include "apps/newsterm/quit_signals.h"
 #include "apps/newsterm/status_panel.h"
 #include "apps/newsterm/term_clock.h"
@@ -317,6 +318,31 @@ TEST_F(NewstermTrustTest, TheListStaysPutWhileScrolledAwayFromTheTop) {
     push(16, 86, "最新新聞", "2330");
     ASSERT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == 86; }));
     EXPECT_TRUE(waitUntil([&] { return topTitle() == utf8("最新新聞"); })) << qPrintable(topTitle());
+}
+
+// Another language applies at once, to the terminal, the news view and Qt's own dialogs.
+TEST_F(NewstermTrustTest, ALanguageChosenInTheMenuAppliesAtOnce) {
+    m_base.set(QDateTime(QDate(2024, 5, 15), QTime(10, 0)).toSecsSinceEpoch());
+    start(headlineLine(16, 1, "台積電新聞", "2330"));
+    ASSERT_TRUE(newsterm::useQtTranslation(QStringLiteral("zh-TW"))) << "qt6-translations-l10n is missing";
+    EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Cancel"), utf8("取消"));
+    auto* tabs = widget<QTabBar>(news::kIdTabStrip);
+    ASSERT_NE(tabs, nullptr);
+    EXPECT_EQ(tabs->tabText(0), utf8("全部新聞"));
+
+    QAction* english = toolbarAction("English");
+    ASSERT_NE(english, nullptr);
+    english->trigger();
+    drainEvents();
+    EXPECT_EQ(m_window->windowTitle(), QStringLiteral("News terminal"));
+    tabs = widget<QTabBar>(news::kIdTabStrip);
+    ASSERT_NE(tabs, nullptr);
+    EXPECT_EQ(tabs->tabText(0), QStringLiteral("All News"));
+    EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Cancel"), QStringLiteral("Cancel"));
+    EXPECT_TRUE(m_window->statusPanel().linkText().contains(QStringLiteral("Live")));
+    ASSERT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == 1; })) << "the view came back with its news";
+    EXPECT_EQ(m_settings->language(), QStringLiteral("en"));
+    newsterm::useQtTranslation(QStringLiteral("en"));
 }
 
 TEST(NewstermWindowFit, TheFirstWindowFitsTheScreenAtAnyScale) {
