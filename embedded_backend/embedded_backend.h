@@ -30,14 +30,14 @@ struct UiState;
 struct EmbeddedBackendOptions {
     std::string dataFolder; // holds the store file
     std::string storeFileName = "news.db";
-    int daysToKeep = 30;                        // calendar days up to the current news day
-    std::string systemPath;                     // folder of Application.ini and NewsService.ini
-    std::string languageFile;                   // UTF-8 KEY=text file; when absent keys show as themselves
-    UiDispatcher* dispatcher = nullptr;         // required; outlives the back end
+    int daysToKeep = 30;                // calendar days up to the current news day
+    std::string systemPath;             // folder of Application.ini and NewsService.ini
+    std::string languageFile;           // UTF-8 KEY=text file; when absent keys show as themselves
+    UiDispatcher* dispatcher = nullptr; // required; outlives the back end
     // "now"; null: the system clock. A running generator also reads it on its feed thread.
     const host::Clock* clock = nullptr;
-    NewsSubscriptions* subscriptions = nullptr; // null: NewsSubscriptions::instance()
-    std::size_t maxSearchResults = 1000;        // newest first
+    NewsSubscriptions* subscriptions = nullptr;             // null: NewsSubscriptions::instance()
+    std::size_t maxSearchResults = 1000;                    // newest first
     std::size_t tableDepth = NewsCache::kDefaultTableDepth; // newest entries of a category or symbol table
     bool startConnected = true;
     bool convertToSimplified = false;

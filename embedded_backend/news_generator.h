@@ -90,8 +90,8 @@ struct GeneratorFeedOptions {
     // event carries a time after it however fast the generator runs. Read on the feed thread.
     // Null: the generator's own virtual time.
     std::function<std::int64_t()> now;
-    std::uint64_t maxEvents = 0;  // 0: until stopped
-    std::size_t batchSize = 256;  // events per hand-over when running as fast as possible
+    std::uint64_t maxEvents = 0; // 0: until stopped
+    std::size_t batchSize = 256; // events per hand-over when running as fast as possible
 };
 
 // Runs a generator on its own thread and hands its events to a sink in order.

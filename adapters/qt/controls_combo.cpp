@@ -2,10 +2,10 @@
 
 #include <QAbstractItemView>
 #include <QComboBox>
-#include <QScrollBar>
-#include <algorithm>
 #include <QPainter>
+#include <QScrollBar>
 #include <QStyledItemDelegate>
+#include <algorithm>
 
 #include "adapters/qt/convert.h"
 #include "adapters/qt/text_codec.h"

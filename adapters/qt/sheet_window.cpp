@@ -153,8 +153,9 @@ void QtSheet::rememberRowsInView() {
         return;
     }
     const int focus = m_model->focusRow();
-    const bool reading = view.hasFocus() && focus >= 0 && static_cast<std::size_t>(focus) >= *first &&
-                         static_cast<std::size_t>(focus) < *first + static_cast<std::size_t>(std::max(1, iGetRowsPerPage()));
+    const bool reading =
+        view.hasFocus() && focus >= 0 && static_cast<std::size_t>(focus) >= *first &&
+        static_cast<std::size_t>(focus) < *first + static_cast<std::size_t>(std::max(1, iGetRowsPerPage()));
     if (top > 0 || reading) {
         m_anchorRow = first;
     }

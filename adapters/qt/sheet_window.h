@@ -111,7 +111,7 @@ private:
     COLORREF m_headerForeground = host::ui::RGB(255, 255, 160);
     COLORREF m_frameColor = host::ui::RGB(96, 96, 96);
     COLORREF m_evenBackground = host::ui::RGB(0, 0, 0);
-    int m_userScroll = 0; // > 0 while the user's action moves the rows
+    int m_userScroll = 0;                   // > 0 while the user's action moves the rows
     std::optional<std::size_t> m_anchorRow; // module row at the top before a publish
     bool m_sliderAction = false;
 };

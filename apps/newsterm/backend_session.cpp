@@ -119,7 +119,8 @@ int BackendSession::latestNewsDay() {
     m_backend->BKQNEWS_bGetAllNewsService(services);
     int latest = 0;
     for (const unsigned char service : services) {
-        latest = std::max(latest, embedded::parseDayText(m_backend->BKQNEWS_cszGetCurrDateByService(service)).value_or(0));
+        latest =
+            std::max(latest, embedded::parseDayText(m_backend->BKQNEWS_cszGetCurrDateByService(service)).value_or(0));
     }
     return latest;
 }

@@ -108,7 +108,10 @@ void MainWindow::buildToolbar() {
     bar->addAction(text("新的新聞日", "New news day"), this, [this] {
         const int day = m_session.startNewDay();
         statusBar()->showMessage(text("已開始新的新聞日 ", "A new news day has started: ") +
-                                     QStringLiteral("%1/%2/%3").arg(day / 10000).arg(day / 100 % 100, 2, 10, QLatin1Char('0')).arg(day % 100, 2, 10, QLatin1Char('0')),
+                                     QStringLiteral("%1/%2/%3")
+                                         .arg(day / 10000)
+                                         .arg(day / 100 % 100, 2, 10, QLatin1Char('0'))
+                                         .arg(day % 100, 2, 10, QLatin1Char('0')),
                                  kStatusMessageMs);
     });
 }
@@ -193,7 +196,8 @@ void MainWindow::chooseLanguage(const QString& language) {
                                            : text("新聞終端機", "News terminal"));
     m_status->setEnglish(language == QStringLiteral("en"));
     if (const QString failure = saveSettings(); !failure.isEmpty()) {
-        reportProblem(this, text("設定", "Settings"), text("無法儲存設定：", "The settings could not be saved: ") + failure);
+        reportProblem(this, text("設定", "Settings"),
+                      text("無法儲存設定：", "The settings could not be saved: ") + failure);
     }
 }
 

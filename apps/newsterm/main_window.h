@@ -52,8 +52,8 @@ private:
     TermSettings& m_settings;
     QString m_language;
     std::unique_ptr<ViewHost> m_view;
-    QLineEdit* m_symbol = nullptr;  // owned by the toolbar
-    QAction* m_connected = nullptr; // owned by the toolbar
+    QLineEdit* m_symbol = nullptr;   // owned by the toolbar
+    QAction* m_connected = nullptr;  // owned by the toolbar
     StatusPanel* m_status = nullptr; // owned by the status bar
     bool m_saved = false;
 };

@@ -74,10 +74,9 @@ void StatusPanel::refresh() {
     }
     if (!problems.empty()) {
         const FeedLineProblem& last = problems.back();
-        m_bar.showMessage(text("新聞檔第 %1 行無法使用，已略過：%2", "Feed line %1 skipped: %2")
-                              .arg(last.line)
-                              .arg(last.reason),
-                          kFeedProblemMs);
+        m_bar.showMessage(
+            text("新聞檔第 %1 行無法使用，已略過：%2", "Feed line %1 skipped: %2").arg(last.line).arg(last.reason),
+            kFeedProblemMs);
     }
 }
 

@@ -23,7 +23,8 @@ ParsedOptions parseTermOptions(const QStringList& arguments) {
     const QCommandLineOption version(QStringList{QStringLiteral("v"), QStringLiteral("version")},
                                      QStringLiteral("Show the version and quit."));
     const QCommandLineOption feed(
-        QStringLiteral("feed"), QStringLiteral("Replay recorded news from FILE (JSON Lines). Without it the terminal shows generated news, "
+        QStringLiteral("feed"),
+        QStringLiteral("Replay recorded news from FILE (JSON Lines). Without it the terminal shows generated news, "
                        "marked as such."),
         QStringLiteral("FILE"));
     const QCommandLineOption speed(QStringLiteral("speed"),

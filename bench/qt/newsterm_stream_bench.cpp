@@ -107,8 +107,8 @@ void BM_NewstermLiveStream(benchmark::State& state) {
             runEvents(500);
 
             auto* app = static_cast<TimedApplication*>(QCoreApplication::instance());
-            const QMetaObject::Connection onBlock = QObject::connect(
-                QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, [&] {
+            const QMetaObject::Connection onBlock =
+                QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, [&] {
                     const double busy = app->takeBusyMs();
                     if (busy > 0) {
                         turnsMs.push_back(busy);

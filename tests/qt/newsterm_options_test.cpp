@@ -51,9 +51,9 @@ TEST(NewstermOptionsTest, DefaultsAndEveryOption) {
 }
 
 TEST(NewstermOptionsTest, BadArgumentsAreRefusedWithAReason) {
-    for (const QStringList& bad :
-         {args({"--lang", "fr"}), args({"--speed", "-1"}), args({"--speed", "fast"}), args({"--feed", "/no/such/feed.jsonl"}), args({"--feed", "/"}),
-          args({"--quit-after", "0"}), args({"extra"}), args({"--no-such-option"})}) {
+    for (const QStringList& bad : {args({"--lang", "fr"}), args({"--speed", "-1"}), args({"--speed", "fast"}),
+                                   args({"--feed", "/no/such/feed.jsonl"}), args({"--feed", "/"}),
+                                   args({"--quit-after", "0"}), args({"extra"}), args({"--no-such-option"})}) {
         const auto parsed = parseTermOptions(bad);
         EXPECT_FALSE(parsed.options) << qPrintable(bad.join(QLatin1Char(' ')));
         EXPECT_TRUE(parsed.failed);

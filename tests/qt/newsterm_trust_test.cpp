@@ -8,9 +8,9 @@
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QScrollBar>
 #include <QStatusBar>
 #include <QTabBar>
-#include <QScrollBar>
 #include <QTableView>
 #include <QTest>
 #include <QWheelEvent>
@@ -47,7 +47,8 @@ QString utf8(const char* text) {
 }
 
 QByteArray headlineLine(int service, int seq, const char* title, const char* symbol) {
-    return QStringLiteral("{\"at\":0,\"event\":\"headline\",\"service\":%1,\"seq\":%2,\"title\":\"%3\",\"symbols\":[\"%4\"]}\n")
+    return QStringLiteral(
+               "{\"at\":0,\"event\":\"headline\",\"service\":%1,\"seq\":%2,\"title\":\"%3\",\"symbols\":[\"%4\"]}\n")
         .arg(service)
         .arg(seq)
         .arg(utf8(title), utf8(symbol))
