@@ -1,6 +1,7 @@
 // The synchronous look-ups of the embedded back end: cache and catalogue reads on the UI thread.
 #include <cstdlib>
 
+#include "embedded_backend/chinese_text.h"
 #include "embedded_backend/day_math.h"
 #include "embedded_backend/embedded_backend.h"
 #include "embedded_backend/ui_state.h"
@@ -187,8 +188,7 @@ bool EmbeddedBackend::LangIsConvertToSimplified(const unsigned char&) {
 }
 
 bool EmbeddedBackend::LangConvertToSimplifiedChinese(const CString& in, CString& out) {
-    out = in; // no conversion table ships with the embedded back end: texts pass unchanged
-    return false;
+    return toSimplified(in, out);
 }
 
 CString EmbeddedBackend::PathGetSysPath() {

@@ -138,6 +138,10 @@ int BackendSession::startNewDay() {
     return day;
 }
 
+std::size_t BackendSession::replacedCharacters() const {
+    return m_replaying ? m_backend->replayReport().replacedCharacters : 0;
+}
+
 QString BackendSession::feedName() const {
     return m_replaying ? QFileInfo(m_options.feedFile).fileName() : QString();
 }
@@ -160,14 +164,19 @@ QString BackendSession::replaySummary() const {
         return {};
     }
     const embedded::ReplayReport report = m_backend->replayReport();
-    if (report.errors.empty()) {
-        return {};
+    QStringList parts;
+    if (!report.errors.empty()) {
+        const embedded::ReplayLineError& first = report.errors.front();
+        parts << QStringLiteral("%1 line(s) of the feed file were skipped; the first, line %2: %3")
+                     .arg(report.errors.size())
+                     .arg(first.line)
+                     .arg(QString::fromStdString(first.message));
     }
-    const embedded::ReplayLineError& first = report.errors.front();
-    return QStringLiteral("%1 line(s) of the feed file were skipped; the first, line %2: %3")
-        .arg(report.errors.size())
-        .arg(first.line)
-        .arg(QString::fromStdString(first.message));
+    if (report.replacedCharacters > 0) {
+        parts << QStringLiteral("%1 character(s) of the feed file have no Big5 form and show as \u25A1")
+                     .arg(report.replacedCharacters);
+    }
+    return parts.join(QStringLiteral("; "));
 }
 
 } // namespace newsterm

@@ -51,6 +51,8 @@ public:
     QString feedName() const;
     // Lines of the replay file found unusable since the last call, in file order.
     std::vector<FeedLineProblem> takeFeedProblems();
+    // Characters of the replayed file shown as the replacement mark (no code page 950 form).
+    std::size_t replacedCharacters() const;
 
     embedded::EmbeddedBackend& backend() { return *m_backend; }
     // Switches the back end's language texts (zh-TW or en); false when the table is missing.

@@ -43,6 +43,7 @@ void StatusPanel::showSource() {
 void StatusPanel::setEnglish(bool english) {
     m_english = english;
     m_connected = -1; // shown again in the new language
+    m_replaced = 0;
     showSource();
     refresh();
 }
@@ -66,6 +67,12 @@ void StatusPanel::refresh() {
         m_link->setStyleSheet(connected == 1
                                   ? QStringLiteral("QLabel { color: white; background: #1b7f3a; padding: 0 4px; }")
                                   : QStringLiteral("QLabel { color: white; background: #b00020; padding: 0 4px; }"));
+    }
+    if (const std::size_t replaced = m_session.replacedCharacters(); replaced != m_replaced) {
+        m_replaced = replaced;
+        m_source->setText(
+            text("重播：", "Replay: ") + m_session.feedName() +
+            text("（%1 字無 Big5 字形，以 □ 顯示）", " (%1 characters without a Big5 form shown as □)").arg(replaced));
     }
     const std::vector<FeedLineProblem> problems = m_session.takeFeedProblems();
     for (const FeedLineProblem& p : problems) {

@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QString>
+#include <cstddef>
 
 class QLabel;
 class QStatusBar;
@@ -38,7 +39,8 @@ private:
     QLabel* m_source = nullptr;
     QLabel* m_link = nullptr;
     QTimer* m_timer = nullptr;
-    int m_connected = -1; // last shown: 1 live, 0 disconnected, -1 not yet
+    int m_connected = -1;       // last shown: 1 live, 0 disconnected, -1 not yet
+    std::size_t m_replaced = 0; // replacement marks of the replay last shown
 };
 
 } // namespace newsterm
