@@ -62,7 +62,11 @@ int EmbeddedBackend::BKQNEWS_iGetHeadline(unsigned char service, std::vector<CHe
 }
 
 bool EmbeddedBackend::BKQNEWS_bGetStory(CStory& story, const CHeadlineTable& entry) {
-    return m_ui->cache.story(entry, story);
+    if (!m_ui->cache.story(entry, story)) {
+        story = CStory{entry, 0, {}}; // nothing held: no text of an earlier story may remain
+        return false;
+    }
+    return true;
 }
 
 bool EmbeddedBackend::BKNEWS_GetSymbolListBySeqNo(CNewsSymLst& symbols, const CHeadlineTable& entry) {

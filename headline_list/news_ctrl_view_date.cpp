@@ -2,8 +2,10 @@
 // lists after the set of checked services changed.
 #include "headline_list/news_ctrl_view_clock.h"
 #include "host/backend/bk_quote_interface.h"
+#include "host/framework/sync_info.h"
 #include "host/text/format.h"
 #include "news_view/news_ctrl_view.h"
+#include "story/quote_dlg_tip_msg.h"
 
 using host::ui::CSuperSheetWnd;
 using host::ui::Date;
@@ -73,10 +75,17 @@ void TRVNewsCtrlView::showGridTip(CSuperSheetWnd* grid, const CString& text) {
     if (grid == nullptr) {
         return;
     }
-    // Over the middle of the grid, for a second: long enough to read a short warning, short
-    // enough not to hide rows the user is about to look at.
+    // For a second, near the top of the list where the eyes are after picking a date: long
+    // enough to read a short warning, short enough not to hide rows the user looks at next.
     constexpr int kGridTipMs = 1000;
-    showTipOver(grid->clientToScreen(grid->clientRect()), text, kGridTipMs);
+    constexpr int kTipTop = 30;
+    constexpr int kTipLeft = 20;
+    if (m_pTipMsg != nullptr) {
+        const CSyncInfo& colors = CSyncInfo::Get();
+        m_pTipMsg->vSetInfo(nullptr, text.c_str(), colors.SYS_crGetOtherColor("COLOR_TIP_TEXT"),
+                            colors.SYS_crGetOtherColor("COLOR_TIP_BACKGROUND"), kGridTipMs);
+        m_pTipMsg->vShow(grid, kTipTop, kTipLeft, false);
+    }
 }
 
 void TRVNewsCtrlView::appendSelectedTables(std::vector<CHeadlineTable>& out, int kind, const CString& key) const {

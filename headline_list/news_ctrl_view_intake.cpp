@@ -5,6 +5,7 @@
 #include "headline_list/news_ctrl_view_clock.h"
 #include "host/backend/bk_quote_interface.h"
 #include "news_view/news_ctrl_view.h"
+#include "story/news_story_view.h"
 
 using host::ui::CSuperSheetWnd;
 
@@ -160,17 +161,19 @@ bool TRVNewsCtrlView::bChangeNewsPos(int list, int row) {
         m_iCurrFunction = list;
         SwitchFunction(iGetFunctionID(list));
     }
-    // The story pane, once present, follows the row here; a position equal to the table size
-    // is left as it is on purpose.
+    if (m_pStoryView != nullptr) {
+        m_pStoryView->SetHeadLinePos(row);
+        // Kept: a position equal to the table size is left as it is.
+        const int size =
+            m_iCurrFunction >= 0 && m_iCurrFunction < news::kModeCount ? iGetHeadlineTableSize(m_iCurrFunction) : -1;
+        if (m_pStoryView->GetHeadLinePos() < 0 || m_pStoryView->GetHeadLinePos() > size) {
+            m_pStoryView->SetHeadLinePos(size - 1);
+        }
+    }
     if (CSuperSheetWnd* grid = pGetCurrSheetView()) {
         grid->vSetActiveSelection(row, -1);
         grid->vAutoVerScrolling(row);
     }
     OnShowStory();
     return true;
-}
-
-void TRVNewsCtrlView::passHeadlineToStory(const CHeadline& /*headline*/) {
-    // The story pane moves its position down by one for every row inserted above it, so that
-    // it keeps pointing at the same story; the pop-up dialog keeps its position on purpose.
 }

@@ -13,6 +13,8 @@
 #include "host/text/format.h"
 #include "host/text/profile.h"
 #include "host/ui/ui_host.h"
+#include "story/news_story_dlg.h"
+#include "story/quote_dlg_tip_msg.h"
 
 using host::ui::LRESULT;
 using host::ui::Message;
@@ -160,8 +162,12 @@ void TRVNewsCtrlView::OnInitialUpdate() {
             m_pServiceMenu->appendItem(static_cast<unsigned>(news::kCmdFirstService) + static_cast<unsigned>(i), name);
         }
     }
-    // The tip message window is created here once its class exists; until then every tip
-    // call finds a null pointer and is skipped.
+    m_pTipMsg = news::MakeLateOwned<CQuoteDlgTipMsg>(GetWnd());
+    if (m_pTipMsg->CreateByID(nullptr)) {
+        m_pTipMsg->vSetFont(&GetViewFont());
+    } else {
+        m_pTipMsg.reset(); // every tip call then finds no window and is skipped
+    }
 }
 
 void TRVNewsCtrlView::GetConfigFromIni() {

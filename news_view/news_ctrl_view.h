@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "headline_list/headline_table_list.h"
@@ -15,6 +16,7 @@
 #include "host/ui/sheet.h"
 #include "news_view/late_owned.h"
 #include "news_view/news_ids.h"
+#include "search/search_edit2.h"
 
 class NewsStoryView;
 class TRVNewsStory;
@@ -266,6 +268,11 @@ public:
     const std::vector<NewsServiceEntry>& GetServiceList() const { return m_vService; }
     int GetWarrantServiceIndex() const { return m_iWarrantIndex; }
     NewsStoryView* GetStoryPane() const { return m_pStoryView; }
+    TRVNewsStory* GetStoryDlg() const { return m_pNewsStory.get(); }
+    CQuoteDlgTipMsg* GetTipMsg() const { return m_pTipMsg.get(); }
+    SearchEdit2& GetSearchEdit2() { return m_searchEdit2; }
+    // The grid row whose story the pane shows (-1: none yet).
+    int GetShowedStoryRow() const { return m_iShowedStoryRow; }
     std::int64_t GetCreateTime() const { return m_tCreateTime; }
     std::vector<RelationCondition>& RelationConditions() { return m_vRelation; }
     bool IsShowNormalSearch() const { return m_byShowNormalSearch != 0; }
@@ -319,9 +326,10 @@ private:
     std::int64_t m_tCreateTime = 0;
     bool m_bInitialized = false;
     bool m_bTipShown = false;
-    TRVQuoteBaseView* m_pStoryPane = nullptr; // owned by the window tree; typed access comes with its class
-    bool m_bViewCreated = false;              // vViewCreate ran
-    bool m_bLaidOut = false;                  // vSetComponentPos ran once
+    TRVQuoteBaseView* m_pStoryPane = nullptr; // owned by the window tree; m_pStoryView is its typed view
+    SearchEdit2 m_searchEdit2;
+    bool m_bViewCreated = false; // vViewCreate ran
+    bool m_bLaidOut = false;     // vSetComponentPos ran once
     // Seconds since 1970 from the host clock (0 without one).
     static std::int64_t tNow();
     // Whether a story display (pane or pop-up dialog) exists, which mode switching requires.
@@ -438,6 +446,26 @@ private:
     void clearList(int list);
     // Passes a pushed headline on to the story display in use.
     void passHeadlineToStory(const CHeadline& headline);
+    // The back end's answers as the story displays take them: headlines that became available,
+    // a story that arrived, a story being updated. Each goes to the pane when it shows stories,
+    // else to the story window.
+    void passHeadlinesToStory(const std::vector<CHeadlineTable>& entries);
+    void passStoryToStory(const CHeadlineTable& entry);
+    void passStoryUpdateToStory(const CHeadlineTable* entry);
+
+    // ---- Story displays ----
+    // Whether the embedded pane is the story display (news type 0 with a story show type).
+    bool bPaneShowsStory() const { return m_iNewsType == 0 && m_wStoryShowType != 0; }
+    // Whether the pop-up story window is in use for showing stories.
+    bool bDialogShowsStory() const { return m_pNewsStory != nullptr && (m_iNewsType != 0 || m_wStoryShowType == 0); }
+    // The search condition whose keywords a list's stories are marked with; nothing for the
+    // lists that mark none.
+    std::optional<CSearch> markCondition(int list) const;
+    // Hands a row of a list to the pane or the window.
+    void vGiveStoryToPane(int list, int row);
+    void vGiveStoryToDialog(int list, int row);
+    // The grid of the focused tab (the page buttons and key-up work on it).
+    host::ui::CSuperSheetWnd* pGetFocusedTabSheet() const;
 
     // ---- Printing and saving ----
     // Creates the print and save jobs (at construction).

@@ -5,6 +5,7 @@
 
 #include "host/text/format.h"
 #include "news_view/news_ctrl_view.h"
+#include "story/news_story_dlg.h"
 
 using host::ui::Rect;
 namespace win = host::ui::win;
@@ -42,7 +43,15 @@ void TRVNewsCtrlView::vViewCreate() {
     if (!bIsSingleBit(m_uFunctionMask)) {
         m_pTab = wnd->createTabStrip(news::kIdTabStrip, Rect{left, top, area.right, top + kTabStripHeight});
     }
-    // The pop-up story dialog is created here once its class exists.
+    if (m_pNewsStory == nullptr) {
+        m_pNewsStory = news::MakeLateOwned<TRVNewsStory>(this);
+        // Without its window the view goes on without a story window, as with any missing part.
+        if (m_pNewsStory->Create(wnd)) {
+            m_pNewsStory->ShowWindow(false);
+        } else {
+            m_pNewsStory.reset();
+        }
+    }
 
     const Rect gridRect{left, top + kGridTop, area.right, area.bottom};
     const host::ui::Font font = GetViewFont();
@@ -148,6 +157,8 @@ void TRVNewsCtrlView::CreateControls(int mode, const Rect& rect, const host::ui:
         if (m_pSearchEdit != nullptr) {
             m_pSearchEdit->setFont(font);
         }
+        m_searchEdit2.SetNewsView(this);
+        m_searchEdit2.Attach(m_pSearchEdit);
         m_pSearchButton =
             button(news::kIdSearchButton, Rect{editRect.right + 2, rect.top, editRect.right + 62, rowBottom},
                    "IDS_NEWSCTRLVIEW_STRING_SEARCH");

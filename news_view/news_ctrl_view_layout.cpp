@@ -9,6 +9,8 @@
 #include "host/text/cp950.h"
 #include "host/ui/ui_host.h"
 #include "news_view/news_ctrl_view.h"
+#include "story/news_story_dlg.h"
+#include "story/news_story_view.h"
 
 using host::ui::Rect;
 
@@ -96,9 +98,8 @@ void TRVNewsCtrlView::OnSelchangeTabMode(const host::ui::NotifyInfo& /*info*/) {
 // ---- Switching ----
 
 bool TRVNewsCtrlView::bHasStoryDisplay() const {
-    // vViewCreate makes the pop-up story dialog, so before it ran there is no story display.
-    // Until the dialog's class is built, the finished control set stands in for the dialog.
-    return m_pStoryPane != nullptr || m_pNewsStory != nullptr || m_bViewCreated;
+    // vViewCreate makes the pop-up story window, so before it ran there is no story display.
+    return m_pStoryPane != nullptr || m_pNewsStory != nullptr;
 }
 
 void TRVNewsCtrlView::ShowHideCtrObject(int mode) {
@@ -136,11 +137,15 @@ void TRVNewsCtrlView::SwitchFunction(int mode) {
     ShowHideCtrObject(mode);
     m_iCurrFunction = mode;
     m_iFocusedTab = mode;
-    // The pop-up story dialog is hidden here once its class exists.
+    if (m_pNewsStory != nullptr) {
+        m_pNewsStory->ShowWindow(false);
+    }
 
     if (m_iNewsType == 0 && m_wStoryShowType != 0) {
         m_iShowedStoryRow = -1;
-        // The story pane and the related-symbol list are cleared here once their classes exist.
+        if (m_pStoryView != nullptr) {
+            m_pStoryView->OnClearStory();
+        }
         if (mode != news::kModeCategory) {
             OnShowStory();
         }
@@ -252,7 +257,9 @@ void TRVNewsCtrlView::SwitchFunction(int mode) {
 
 void TRVNewsCtrlView::OnBtnChangeShowType() {
     if (m_iNewsType == 0 && m_pShowTypeButton != nullptr) {
-        // The pop-up story dialog is hidden here once its class exists.
+        if (m_pNewsStory != nullptr) {
+            m_pNewsStory->ShowWindow(false);
+        }
         m_wStoryShowType = static_cast<unsigned short>((m_wStoryShowType + 1) % 3);
         vSetComponentPos();
         m_iShowedStoryRow = -1;
@@ -387,8 +394,11 @@ void TRVNewsCtrlView::vSetComponentPos() {
         } else {
             pane->show(false);
         }
-        // The pane hides its headline line beside the grid and shows it below: set here once
-        // the pane's class exists.
+        // Beside the grid the pane shows no headline line (the row beside it says it); below it does.
+        if (m_pStoryView != nullptr && m_wStoryShowType != 0) {
+            m_pStoryView->HideHeadLine(m_wStoryShowType == 1 ? 1 : 0);
+            m_pStoryView->vSetComponentPos();
+        }
     }
 
     for (int i = 0; i < news::kModeCount; ++i) {

@@ -50,6 +50,9 @@ void TRVNewsCtrlView::InitialViewInfo(TRVCfgIO2* cfg, const CString& section, in
         const CRuntimeClass* paneClass = RuntimeClassRegistry::instance().find(kStoryPaneClass);
         // Without the pane's class the view goes on without an embedded story.
         vAttachStoryPane(CreateView(paneClass, kStoryPaneClass, news::kStoryPaneId, paneRect));
+        if (m_pStoryPane != nullptr) {
+            m_pStoryPane->InitialViewInfo(cfg, section, layout1, layout2, kStoryPaneClass);
+        }
         CreateTypeBtn();
         CreateFunctionBtn();
     }

@@ -25,6 +25,11 @@ bool HeadlessButton::click() {
         return false;
     }
     HeadlessUiHost::DispatchScope scope(uiHost(), true);
+    if (buttonKind() == win::BS_AUTOCHECKBOX) {
+        m_checked = !m_checked;
+    } else if (buttonKind() == win::BS_AUTORADIOBUTTON) {
+        m_checked = true;
+    }
     commandToParent(win::BN_CLICKED);
     return true;
 }

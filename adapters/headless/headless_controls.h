@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -22,13 +23,19 @@ public:
     bool isChecked() const override { return m_checked; }
     void setDefault(bool isDefault) override { m_default = isDefault; }
     bool isDefault() const { return m_default; }
+    void setBitmaps(int normal, int hover, int pressed) override { m_bitmaps = {normal, hover, pressed}; }
+    std::array<int, 3> bitmaps() const { return m_bitmaps; }
+    // The kind bits of the style (BS_PUSHBUTTON, BS_AUTOCHECKBOX, ...).
+    unsigned buttonKind() const { return style() & host::ui::win::BS_TYPEMASK; }
 
-    // BN_CLICKED to the parent.
+    // BN_CLICKED to the parent; an automatic check box toggles first, an automatic radio
+    // button checks itself.
     bool click();
 
 private:
     bool m_checked = false;
     bool m_default = false;
+    std::array<int, 3> m_bitmaps{};
 };
 
 class HeadlessComboBox final : public WindowBase<host::ui::ComboBox> {
@@ -182,7 +189,7 @@ private:
     COLORREF m_background = 0xFFFFFF;
     COLORREF m_textColor = 0;
     bool m_readOnly = false;
-    bool m_selectionHidden = false;
+    bool m_selectionHidden = true; // as the platform: shown only with the focus unless told otherwise
     std::pair<int, int> m_selection{0, 0};
 };
 

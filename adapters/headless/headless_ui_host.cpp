@@ -4,6 +4,7 @@
 
 #include "adapters/headless/headless_menu.h"
 #include "adapters/headless/headless_window.h"
+#include "host/ui/dialog_builder.h"
 
 namespace headless {
 
@@ -73,6 +74,113 @@ bool HeadlessUiHost::announceCreation(WindowCore& window) {
     }
     dispatch(window, Message{win::WM_SIZE, 0, host::ui::MAKELPARAM(r.Width(), r.Height()), &window.window()});
     return !window.isDestroyed();
+}
+
+Window* HeadlessUiHost::createDialog(Window* owner, const host::ui::DialogTemplate& dialog,
+                                     host::ui::WindowHandler* handler) {
+    WindowCore* ownerCore = owner != nullptr ? liveCore(owner) : nullptr;
+    if (owner != nullptr && ownerCore == nullptr) {
+        return nullptr;
+    }
+    Rect rect{0, 0, dialog.size.cx, dialog.size.cy};
+    if (ownerCore != nullptr) {
+        const WindowCore* top = ownerCore;
+        while (top->parentCore() != nullptr) {
+            top = top->parentCore();
+        }
+        const Rect area = top->rect();
+        rect = Rect{area.left + (area.Width() - dialog.size.cx) / 2, area.top + (area.Height() - dialog.size.cy) / 2, 0,
+                    0};
+        rect.right = rect.left + dialog.size.cx;
+        rect.bottom = rect.top + dialog.size.cy;
+    }
+    DispatchScope scope(*this);
+    auto window = std::make_unique<HeadlessWindow>(
+        *this, WindowKind::kDialog, dialog.id, rect, handler,
+        dialog.frame == host::ui::DialogTemplate::Frame::kBorderless ? 0u : win::WS_BORDER);
+    HeadlessWindow* raw = window.get();
+    raw->show(false);
+    raw->setFont(dialog.font, false);
+    raw->setOwnerSerial(ownerCore != nullptr ? ownerCore->serial() : 0);
+    adoptTopLevel(std::move(window));
+    if (!announceCreation(*raw)) {
+        raw->destroy();
+        return nullptr;
+    }
+    host::ui::buildDialogControls(*raw, dialog);
+    return raw;
+}
+
+int HeadlessUiHost::runModalLoop(Window* dialog) {
+    WindowCore* core = liveCore(dialog);
+    if (core == nullptr) {
+        return win::IDCANCEL;
+    }
+    const std::uint64_t serial = core->serial();
+    const int dialogId = core->id();
+    const std::uint64_t ownerSerial = core->ownerSerial();
+    WindowCore* owner = findLive(ownerSerial);
+    const bool ownerWasEnabled = owner != nullptr && owner->isEnabled();
+    if (ownerWasEnabled) {
+        owner->enable(false);
+    }
+    m_modalLoops.push_back(ModalLoop{serial, false, win::IDCANCEL});
+    core->show(true);
+    activate(dialog);
+    const auto ended = [&] {
+        for (const ModalLoop& loop : m_modalLoops) {
+            if (loop.serial == serial) {
+                return loop.ended;
+            }
+        }
+        return true;
+    };
+    if (m_modalHook) {
+        const ModalHook hook = m_modalHook; // the hook may replace itself
+        hook(*dialog);
+    }
+    bool endedByHost = false;
+    if (!ended() && findLive(serial) != nullptr) {
+        endedByHost = true;
+        DispatchScope scope(*this, true);
+        dispatch(*findLive(serial), Message{win::WM_COMMAND, host::ui::MAKEWPARAM(win::IDCANCEL, win::BN_CLICKED), 0,
+                                            &findLive(serial)->window()});
+    }
+    int result = win::IDCANCEL;
+    for (auto it = m_modalLoops.begin(); it != m_modalLoops.end(); ++it) {
+        if (it->serial == serial) {
+            result = it->ended ? it->result : win::IDCANCEL;
+            m_modalLoops.erase(it);
+            break;
+        }
+    }
+    if (WindowCore* still = findLive(serial)) {
+        still->show(false);
+    }
+    if (ownerWasEnabled && findLive(ownerSerial) == owner) {
+        owner->enable(true);
+    }
+    m_modalRuns.push_back(ModalRecord{dialogId, result, endedByHost});
+    return result;
+}
+
+void HeadlessUiHost::endModalLoop(Window* dialog, int result) {
+    const WindowCore* core = liveCore(dialog);
+    for (ModalLoop& loop : m_modalLoops) {
+        if (core != nullptr && loop.serial == core->serial() && !loop.ended) {
+            loop.ended = true;
+            loop.result = result;
+        }
+    }
+}
+
+Window* HeadlessUiHost::modalDialog() const {
+    for (auto it = m_modalLoops.rbegin(); it != m_modalLoops.rend(); ++it) {
+        if (WindowCore* core = findLive(it->serial); core != nullptr && !it->ended) {
+            return &core->window();
+        }
+    }
+    return nullptr;
 }
 
 std::unique_ptr<host::ui::PopupMenu> HeadlessUiHost::createPopupMenu() {
@@ -182,6 +290,10 @@ void HeadlessUiHost::mouseInput(Window* target, unsigned message, Point point, u
         return;
     }
     DispatchScope scope(*this, true);
+    // A button press makes the window under the mouse the active one, as window managers do.
+    if (message == win::WM_LBUTTONDOWN || message == win::WM_RBUTTONDOWN) {
+        activate(target);
+    }
     dispatch(*core, Message{message, keyFlags, host::ui::MAKELPARAM(point.x, point.y), target});
 }
 
@@ -405,6 +517,17 @@ void HeadlessUiHost::destroyWindow(WindowCore& window) {
     }
     WindowCore* parent = window.parentCore();
     bury(parent != nullptr ? parent->releaseChild(&window) : releaseTopLevel(&window));
+    // Windows that belonged to it (its dialogs) go with it, as on the platform.
+    for (bool found = true; found;) {
+        found = false;
+        for (const auto& top : m_topLevel) {
+            if (!top->isDestroyed() && top->ownerSerial() != 0 && findLive(top->ownerSerial()) == nullptr) {
+                destroyWindow(*top);
+                found = true;
+                break;
+            }
+        }
+    }
 }
 
 void HeadlessUiHost::bury(std::unique_ptr<WindowCore> window) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -33,6 +34,13 @@ struct MenuRecord {
     unsigned chosen = 0; // the chosen id, 0 when none
 };
 
+// One modal loop a dialog ran, as it ended.
+struct ModalRecord {
+    int dialogId = 0;
+    int result = 0;
+    bool endedByHost = false; // the dialog did not end itself: the host pressed Cancel for it
+};
+
 // The in-memory windowing system: windows and controls whose state tests read, user input
 // delivered as the Windows message numbers, posted messages pumped on request, menus chosen
 // by the test, dialogs answered by a script and timers driven by the virtual clock.
@@ -58,6 +66,17 @@ public:
     host::ui::Window* activeWindow() const override;
     bool isKeyDown(unsigned virtualKey) const override { return m_keysDown.count(virtualKey) > 0; }
     int systemMetricCaptionButtonWidth() const override { return m_captionButtonWidth; }
+    // A top-level window of kind kDialog, centred over its owner's top-level window (at the
+    // origin without an owner), hidden, with the template's controls.
+    host::ui::Window* createDialog(host::ui::Window* owner, const host::ui::DialogTemplate& dialog,
+                                   host::ui::WindowHandler* handler) override;
+    // Shows the dialog, disables its owner, and hands the dialog to the modal hook, which plays
+    // the user (clicks, typing, OK or Cancel). When the hook returns and the dialog has not
+    // ended, the host presses Cancel for it (WM_COMMAND IDCANCEL, as Escape does); a dialog
+    // that refuses even that ends with IDCANCEL. Without a hook the dialog gets only that
+    // Cancel: the cautious answer, like the common dialogs' default.
+    int runModalLoop(host::ui::Window* dialog) override;
+    void endModalLoop(host::ui::Window* dialog, int result) override;
 
     // --- Test side: state ---
     VirtualClock& clock() const { return m_clock; }
@@ -96,6 +115,14 @@ public:
 
     // Paints a window with a handler now (erase, then paint) into a recording context.
     std::shared_ptr<DrawingLog> paint(host::ui::Window* window);
+
+    // --- Test side: modal dialogs ---
+    using ModalHook = std::function<void(host::ui::Window& dialog)>;
+    // The user of every modal loop from now on (null: none, every modal dialog is cancelled).
+    void setModalHook(ModalHook hook) { m_modalHook = std::move(hook); }
+    const std::vector<ModalRecord>& modalRuns() const { return m_modalRuns; }
+    // The dialog of the innermost running modal loop, or null.
+    host::ui::Window* modalDialog() const;
 
     // --- Test side: menus ---
     const std::vector<MenuRecord>& menus() const { return m_menus; }
@@ -166,6 +193,14 @@ private:
     std::int64_t m_bottomRank = 0;
     std::vector<MenuRecord> m_menus;
     std::deque<unsigned> m_queuedMenuChoices;
+    struct ModalLoop {
+        std::uint64_t serial = 0;
+        bool ended = false;
+        int result = 0;
+    };
+    std::vector<ModalLoop> m_modalLoops; // innermost last
+    ModalHook m_modalHook;
+    std::vector<ModalRecord> m_modalRuns;
 };
 
 } // namespace headless

@@ -44,6 +44,8 @@ const char* kindName(WindowKind kind) {
         return "grid";
     case WindowKind::kTip:
         return "tip";
+    case WindowKind::kDialog:
+        return "dialog";
     }
     return "?";
 }

@@ -27,7 +27,8 @@ enum class WindowKind {
     kListBox,
     kListCtrl,
     kSheet,
-    kTip
+    kTip,
+    kDialog
 };
 const char* kindName(WindowKind kind);
 
@@ -63,6 +64,9 @@ public:
     bool usable() const { return !isDestroyed() && isVisible() && isEnabled(); }
     bool ownVisible() const { return m_visible; }
     bool isTopMost() const { return m_topMost; }
+    // The window a top-level window belongs to (0: none): it dies with it.
+    std::uint64_t ownerSerial() const { return m_ownerSerial; }
+    void setOwnerSerial(std::uint64_t serial) { m_ownerSerial = serial; }
     std::int64_t zRank() const { return m_zRank; }
     int invalidateCount() const { return m_invalidateCount; }
     int paintCount() const { return m_paintCount; }
@@ -159,6 +163,7 @@ private:
     bool m_topMost = false;
     bool m_redraw = true;
     std::int64_t m_zRank = 0;
+    std::uint64_t m_ownerSerial = 0;
     int m_invalidateCount = 0;
     int m_paintCount = 0;
     host::ui::Font m_font{};

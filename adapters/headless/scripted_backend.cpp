@@ -205,11 +205,18 @@ CHeadlineTable ScriptedBackend::addHeadline(const CHeadline& headline, const std
 }
 
 void ScriptedBackend::setStory(const CHeadlineTable& entry, const CString& text, std::int64_t storyTime) {
+    m_partialStories.erase(keyOf(entry));
     m_stories[keyOf(entry)] = CStory{entry, storyTime != 0 ? storyTime : entry.m_tTime, text};
+}
+
+void ScriptedBackend::setPartialStory(const CHeadlineTable& entry, const CString& text) {
+    m_stories.erase(keyOf(entry));
+    m_partialStories[keyOf(entry)] = CStory{entry, entry.m_tTime, text};
 }
 
 void ScriptedBackend::removeStory(const CHeadlineTable& entry) {
     m_stories.erase(keyOf(entry));
+    m_partialStories.erase(keyOf(entry));
 }
 
 void ScriptedBackend::setRelatedSymbols(const CHeadlineTable& entry, const std::vector<CSymbolInfo>& symbols) {
@@ -315,9 +322,8 @@ int ScriptedBackend::BKQNEWS_iGetHeadline(unsigned char service, std::vector<CHe
 bool ScriptedBackend::BKQNEWS_bGetStory(CStory& story, const CHeadlineTable& entry) {
     const auto it = m_stories.find(keyOf(entry));
     const bool found = it != m_stories.end();
-    if (found) {
-        story = it->second;
-    }
+    const auto partial = m_partialStories.find(keyOf(entry));
+    story = found ? it->second : partial != m_partialStories.end() ? partial->second : CStory{entry, 0, {}};
     log([&] { return std::string("BKQNEWS_bGetStory(" + describeEntry(entry) + ") -> " + yes(found)); });
     return found;
 }

@@ -94,6 +94,9 @@ public:
     // Stores a headline; returns its table entry (second value: the sequence number).
     CHeadlineTable addHeadline(const CHeadline& headline, const std::vector<CSymbolInfo>& related = {});
     void setStory(const CHeadlineTable& entry, const CString& text, std::int64_t storyTime = 0);
+    // A story the back end holds only in part: BKQNEWS_bGetStory hands its text over but
+    // answers false, as for a story still being completed.
+    void setPartialStory(const CHeadlineTable& entry, const CString& text);
     void removeStory(const CHeadlineTable& entry);
     void setRelatedSymbols(const CHeadlineTable& entry, const std::vector<CSymbolInfo>& symbols);
     // Replaces one table: kind kByDate (key yyyymmdd), kByCategory (id text), kBySymbol (code),
@@ -259,6 +262,7 @@ private:
     bool m_showRealMonth = false;
     std::map<Key, CHeadline> m_headlines;
     std::map<Key, CStory> m_stories;
+    std::map<Key, CStory> m_partialStories;
     std::map<Key, CNewsSymLst> m_related;
     std::map<TableKey, std::vector<CHeadlineTable>> m_tables;
     LanguageTable m_language;

@@ -2,11 +2,15 @@
 
 #include <QCheckBox>
 #include <QEvent>
+#include <QFileInfo>
 #include <QGroupBox>
+#include <QIcon>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTextCursor>
 #include <algorithm>
 
 #include "adapters/qt/convert.h"
@@ -94,6 +98,56 @@ void QtButton::setDefault(bool isDefault) {
     }
 }
 
+namespace {
+QString& bitmapDirectory() {
+    static QString directory;
+    return directory;
+}
+} // namespace
+
+void QtButton::setBitmapDirectory(const QString& directory) {
+    bitmapDirectory() = directory;
+}
+
+void QtButton::setBitmaps(int normal, int hover, int pressed) {
+    m_bitmaps[0] = normal;
+    m_bitmaps[1] = hover;
+    m_bitmaps[2] = pressed;
+    showBitmap(normal);
+}
+
+void QtButton::showBitmap(int id) {
+    auto* push = qobject_cast<QPushButton*>(widget());
+    const QString path = bitmapDirectory() + QStringLiteral("/%1.png").arg(id);
+    if (push == nullptr || id == 0 || bitmapDirectory().isEmpty() || !QFileInfo(path).isFile()) {
+        return;
+    }
+    const QIcon icon(path);
+    push->setIcon(icon);
+    push->setIconSize(push->size());
+    push->setText(QString());
+}
+
+bool QtButton::filterEvent(QObject* watched, QEvent* event) {
+    if (watched == widget() && m_bitmaps[0] != 0) {
+        switch (event->type()) {
+        case QEvent::Enter:
+            showBitmap(m_bitmaps[1] != 0 ? m_bitmaps[1] : m_bitmaps[0]);
+            break;
+        case QEvent::Leave:
+        case QEvent::MouseButtonRelease:
+            showBitmap(m_bitmaps[0]);
+            break;
+        case QEvent::MouseButtonPress:
+            showBitmap(m_bitmaps[2] != 0 ? m_bitmaps[2] : m_bitmaps[0]);
+            break;
+        default:
+            break;
+        }
+    }
+    return WindowCore::filterEvent(watched, event);
+}
+
 QtStatic::QtStatic(QWidget* parent, int id, const CString& text) : WindowImpl(new QLabel(parent), id, nullptr) {
     QtStatic::setText(text);
 }
@@ -164,6 +218,68 @@ void QtEdit::setReadOnly(bool readOnly) {
 }
 
 bool QtEdit::filterEvent(QObject* watched, QEvent* event) {
+    if (watched == widget() && (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut)) {
+        notifyParentCommand(event->type() == QEvent::FocusIn ? win::EN_SETFOCUS : win::EN_KILLFOCUS);
+    }
+    return WindowCore::filterEvent(watched, event);
+}
+
+QtMultiLineEdit::QtMultiLineEdit(QWidget* parent, int id, unsigned style)
+    : WindowImpl(new QPlainTextEdit(parent), id, nullptr) {
+    QPlainTextEdit* e = edit();
+    e->setReadOnly((style & win::ES_READONLY) != 0);
+    e->setVerticalScrollBarPolicy((style & win::WS_VSCROLL) != 0 ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff);
+    e->setTabChangesFocus(true);
+    QObject::connect(e, &QPlainTextEdit::textChanged, e, [this] {
+        notifyParentCommand(win::EN_UPDATE);
+        notifyParentCommand(win::EN_CHANGE);
+    });
+}
+
+QPlainTextEdit* QtMultiLineEdit::edit() const {
+    return static_cast<QPlainTextEdit*>(widget());
+}
+
+QWidget* QtMultiLineEdit::paintTarget() const {
+    return edit()->viewport();
+}
+
+void QtMultiLineEdit::setText(const CString& text) {
+    rememberText(text);
+    QString shown = toQString(text);
+    shown.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    edit()->setPlainText(shown);
+}
+
+CString QtMultiLineEdit::text() const {
+    const CString remembered = WindowCore::text();
+    QString shown = edit()->toPlainText();
+    QString rememberedShown = toQString(remembered);
+    rememberedShown.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    if (rememberedShown == shown) {
+        return remembered;
+    }
+    shown.replace(QLatin1Char('\n'), QStringLiteral("\r\n"));
+    return fromQString(shown);
+}
+
+void QtMultiLineEdit::setSelection(int start, int end) {
+    QTextCursor cursor = edit()->textCursor();
+    const int length = static_cast<int>(edit()->toPlainText().size());
+    if (start < 0) {
+        cursor.clearSelection();
+    } else {
+        cursor.setPosition(std::min(start, length));
+        cursor.setPosition(end < 0 ? length : std::clamp(end, 0, length), QTextCursor::KeepAnchor);
+    }
+    edit()->setTextCursor(cursor);
+}
+
+void QtMultiLineEdit::setReadOnly(bool readOnly) {
+    edit()->setReadOnly(readOnly);
+}
+
+bool QtMultiLineEdit::filterEvent(QObject* watched, QEvent* event) {
     if (watched == widget() && (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut)) {
         notifyParentCommand(event->type() == QEvent::FocusIn ? win::EN_SETFOCUS : win::EN_KILLFOCUS);
     }

@@ -6,6 +6,7 @@
 class QAbstractButton;
 class QLabel;
 class QLineEdit;
+class QPlainTextEdit;
 
 namespace qthost {
 
@@ -36,9 +37,17 @@ public:
     void setCheck(bool checked) override;
     bool isChecked() const override;
     void setDefault(bool isDefault) override;
+    // Bitmaps come from the folder set with setBitmapDirectory, as ID.png; a button without
+    // them shows its text.
+    void setBitmaps(int normal, int hover, int pressed) override;
+    static void setBitmapDirectory(const QString& directory);
 
 private:
     QAbstractButton* button() const; // null for a group box
+    bool filterEvent(QObject* watched, QEvent* event) override;
+    void showBitmap(int id);
+
+    int m_bitmaps[3] = {0, 0, 0};
 };
 
 // A static text with optional colours.
@@ -66,6 +75,23 @@ public:
 
 private:
     QLineEdit* edit() const;
+    bool filterEvent(QObject* watched, QEvent* event) override;
+};
+
+// A multi-line edit (ES_MULTILINE): lines end with CR LF in text(), as on the platform;
+// EN_UPDATE then EN_CHANGE on every change, EN_SETFOCUS / EN_KILLFOCUS.
+class QtMultiLineEdit final : public WindowImpl<host::ui::Edit> {
+public:
+    QtMultiLineEdit(QWidget* parent, int id, unsigned style);
+
+    void setText(const CString& text) override;
+    CString text() const override;
+    void setSelection(int start, int end) override;
+    void setReadOnly(bool readOnly) override;
+
+private:
+    QPlainTextEdit* edit() const;
+    QWidget* paintTarget() const override;
     bool filterEvent(QObject* watched, QEvent* event) override;
 };
 

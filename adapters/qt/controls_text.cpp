@@ -1,9 +1,10 @@
 #include "adapters/qt/controls_text.h"
 
+#include <QPlainTextEdit>
 #include <QStyle>
 #include <QTabBar>
 #include <QTextCursor>
-#include <QTextEdit>
+#include <QTextDocument>
 #include <algorithm>
 
 #include "adapters/qt/convert.h"
@@ -23,16 +24,24 @@ QString withoutCarriageReturns(QString text) {
 
 } // namespace
 
-QtRichEdit::QtRichEdit(QWidget* parent, int id, unsigned style) : WindowImpl(new QTextEdit(parent), id, nullptr) {
-    QTextEdit* e = edit();
-    e->setAcceptRichText(false);
+QtRichEdit::QtRichEdit(QWidget* parent, int id, unsigned style) : WindowImpl(new QPlainTextEdit(parent), id, nullptr) {
+    QPlainTextEdit* e = edit();
     e->setReadOnly((style & win::ES_READONLY) != 0);
-    e->setLineWrapMode(QTextEdit::WidgetWidth);
+    e->setLineWrapMode(QPlainTextEdit::WidgetWidth);
+    QObject::connect(e->document(), &QTextDocument::contentsChanged, e, [this] { m_plainValid = false; });
     applyPalette();
 }
 
-QTextEdit* QtRichEdit::edit() const {
-    return static_cast<QTextEdit*>(widget());
+const QString& QtRichEdit::plainText() const {
+    if (!m_plainValid) {
+        m_plain = edit()->toPlainText();
+        m_plainValid = true;
+    }
+    return m_plain;
+}
+
+QPlainTextEdit* QtRichEdit::edit() const {
+    return static_cast<QPlainTextEdit*>(widget());
 }
 QWidget* QtRichEdit::paintTarget() const {
     return edit()->viewport();
@@ -40,11 +49,12 @@ QWidget* QtRichEdit::paintTarget() const {
 
 void QtRichEdit::setText(const CString& text) {
     rememberText(text);
+    m_pendingSelection.reset(); // a new text starts without a selection
     edit()->setPlainText(withoutCarriageReturns(toQString(text)));
 }
 
 CString QtRichEdit::text() const {
-    QString shown = edit()->toPlainText();
+    QString shown = plainText();
     shown.replace(QLatin1Char('\n'), QStringLiteral("\r\n"));
     return fromQString(shown);
 }
@@ -80,12 +90,15 @@ void QtRichEdit::applyPalette() {
     palette.setColor(QPalette::Inactive, QPalette::HighlightedText,
                      m_hideSelection ? toQColor(m_textColor)
                                      : defaults.color(QPalette::Active, QPalette::HighlightedText));
-    edit()->setPalette(palette);
+    // An unchanged palette is not set again: setting one repaints the whole text.
+    if (palette != edit()->palette()) {
+        edit()->setPalette(palette);
+    }
 }
 
 std::pair<int, int> QtRichEdit::findText(int from, const CString& text) const {
     const QString needle = withoutCarriageReturns(toQString(text));
-    const QString haystack = edit()->toPlainText();
+    const QString& haystack = plainText();
     if (needle.isEmpty() || from < 0 || from > haystack.size()) {
         return {-1, -1};
     }
@@ -97,23 +110,41 @@ std::pair<int, int> QtRichEdit::findText(int from, const CString& text) const {
 }
 
 void QtRichEdit::setSelection(int start, int end) {
-    QTextCursor cursor = edit()->textCursor();
-    const int length = static_cast<int>(edit()->toPlainText().size());
-    // (0, -1) selects everything; a negative start removes the selection.
+    const int length = static_cast<int>(plainText().size());
+    const bool posted = m_pendingSelection.has_value();
+    // (0, -1) selects everything; a negative start removes the selection (the caret at the end).
     if (start < 0) {
-        cursor.clearSelection();
-        edit()->setTextCursor(cursor);
+        m_pendingSelection = std::pair<int, int>{length, length};
+    } else {
+        const int anchor = std::min(start, length);
+        const int position = end < 0 ? length : std::clamp(end, 0, length);
+        m_pendingSelection = std::pair<int, int>{anchor, position};
+    }
+    if (!posted) {
+        QMetaObject::invokeMethod(
+            edit(), [this] { applySelection(); }, Qt::QueuedConnection);
+    }
+}
+
+void QtRichEdit::applySelection() {
+    if (!m_pendingSelection) {
         return;
     }
-    const int anchor = std::min(start, length);
-    const int position = end < 0 ? length : std::clamp(end, 0, length);
-    cursor.setPosition(anchor);
-    cursor.setPosition(position, QTextCursor::KeepAnchor);
+    const auto [anchor, position] = *m_pendingSelection;
+    m_pendingSelection.reset();
+    QTextCursor cursor = edit()->textCursor();
+    const int length = static_cast<int>(plainText().size());
+    cursor.setPosition(std::min(anchor, length));
+    cursor.setPosition(std::min(position, length), QTextCursor::KeepAnchor);
     edit()->setTextCursor(cursor);
     edit()->ensureCursorVisible();
 }
 
 std::pair<int, int> QtRichEdit::selection() const {
+    if (m_pendingSelection) {
+        return {std::min(m_pendingSelection->first, m_pendingSelection->second),
+                std::max(m_pendingSelection->first, m_pendingSelection->second)};
+    }
     const QTextCursor cursor = edit()->textCursor();
     return {cursor.selectionStart(), cursor.selectionEnd()};
 }

@@ -1,15 +1,20 @@
 #pragma once
 
+#include <optional>
+#include <utility>
+
 #include "adapters/qt/window_core.h"
 #include "host/ui/controls.h"
 
 class QTabBar;
-class QTextEdit;
+class QPlainTextEdit;
 
 namespace qthost {
 
-// Multi-line rich text (a story body). Positions count characters of the shown text, line
-// breaks one each; text() gives lines ended by CR LF as the platform's control does.
+// Multi-line rich text (a story body), on Qt's plain-text document view: the module shows
+// one colour and a selection, and that view lays out only the paragraphs on screen, where the
+// rich-text one lays out a whole 64 KB story first. Positions count characters of the shown
+// text, line breaks one each; text() gives lines ended by CR LF as the platform's control does.
 class QtRichEdit final : public WindowImpl<host::ui::RichEdit> {
 public:
     QtRichEdit(QWidget* parent, int id, unsigned style);
@@ -26,13 +31,24 @@ public:
     std::pair<int, int> selection() const override;
 
 private:
-    QTextEdit* edit() const;
+    QPlainTextEdit* edit() const;
     QWidget* paintTarget() const override;
     void applyPalette();
+    // The shown text, kept until the document changes: a keyword search asks for it once per
+    // match, and a story is tens of kilobytes.
+    const QString& plainText() const;
 
     COLORREF m_textColor = 0;
     COLORREF m_backgroundColor = 0xFFFFFF;
     bool m_hideSelection = true;
+    // Puts the last selection asked for into the widget and scrolls it into view.
+    void applySelection();
+
+    mutable QString m_plain;
+    mutable bool m_plainValid = false;
+    // A selection asked for and not yet shown: a keyword marking selects every match in turn,
+    // and only the last one is ever seen, so the widget takes it once, before it paints.
+    std::optional<std::pair<int, int>> m_pendingSelection;
 };
 
 // A tab strip whose tabs carry an item datum. The user's tab changes reach the parent as

@@ -96,6 +96,11 @@ bool InputRouter::preTranslate(WindowCore& window, const Message& message) {
         if (w->handler() != nullptr && w->handler()->preTranslateMessage(message)) {
             return true;
         }
+        // The walk ends at the window's top-level window: a dialog's keys are its own, not
+        // those of the view that owns it.
+        if (w->widget()->isWindow()) {
+            break;
+        }
     }
     return false;
 }
@@ -143,8 +148,19 @@ bool InputRouter::routeKey(QWidget* receiver, QEvent* event) {
         }
         return true;
     }
-    // A native control: it gets the event itself, and an event it ignores must not travel on
-    // to a parent view as if the view had the focus.
+    // A native control: the characters it is about to get are offered first as WM_CHAR, as a
+    // message loop would, so that a view may refuse one; then it gets the event itself, and an
+    // event it ignores must not travel on to a parent view as if the view had the focus.
+    if (press && !key->text().isEmpty() && key->text().at(0).isPrint()) {
+        for (const char byte : fromQString(key->text())) {
+            const Message typed{win::WM_CHAR, static_cast<WPARAM>(static_cast<unsigned char>(byte)), 1,
+                                &window->hostWindow()};
+            if (preTranslate(*window, typed) || !window->isAlive()) {
+                event->accept();
+                return true;
+            }
+        }
+    }
     {
         const Bypass bypass;
         QCoreApplication::sendEvent(receiver, event);

@@ -1,13 +1,16 @@
 #include "adapters/qt/qt_ui_host.h"
 
 #include <QApplication>
+#include <QScreen>
 #include <QStyle>
 
 #include "adapters/qt/dialog_service.h"
+#include "adapters/qt/dialog_window.h"
 #include "adapters/qt/input_router.h"
 #include "adapters/qt/popup_menu.h"
 #include "adapters/qt/view_window.h"
 #include "adapters/qt/window_core.h"
+#include "host/ui/dialog_builder.h"
 
 namespace qthost {
 
@@ -54,6 +57,41 @@ bool QtUiHost::isKeyDown(unsigned virtualKey) const {
 int QtUiHost::systemMetricCaptionButtonWidth() const {
     const int width = QApplication::style()->pixelMetric(QStyle::PM_TitleBarButtonSize);
     return width > 0 ? width : 18;
+}
+
+int QtUiHost::logicalDpi() const {
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    return screen != nullptr ? static_cast<int>(screen->logicalDotsPerInch() + 0.5) : 96;
+}
+
+host::ui::Window* QtUiHost::createDialog(host::ui::Window* owner, const host::ui::DialogTemplate& dialog,
+                                         host::ui::WindowHandler* handler) {
+    WindowCore* ownerWindow = WindowCore::fromWindow(owner);
+    if (owner != nullptr && (ownerWindow == nullptr || !ownerWindow->isAlive())) {
+        return nullptr;
+    }
+    QtDialogWindow* window =
+        WindowCore::create<QtDialogWindow>(ownerWindow != nullptr ? ownerWindow->widget() : nullptr, dialog, handler);
+    if (ownerWindow == nullptr) {
+        std::erase_if(m_topLevels, [](const QPointer<QWidget>& w) { return w.isNull(); });
+        m_topLevels.emplace_back(window->widget());
+    }
+    if (!window->announceCreation()) {
+        return nullptr;
+    }
+    host::ui::buildDialogControls(*window, dialog);
+    return window;
+}
+
+int QtUiHost::runModalLoop(host::ui::Window* dialog) {
+    auto* window = dynamic_cast<QtDialogWindow*>(WindowCore::fromWindow(dialog));
+    return window != nullptr && window->isAlive() ? window->runModal() : host::ui::win::IDCANCEL;
+}
+
+void QtUiHost::endModalLoop(host::ui::Window* dialog, int result) {
+    if (auto* window = dynamic_cast<QtDialogWindow*>(WindowCore::fromWindow(dialog))) {
+        window->endModal(result);
+    }
 }
 
 host::ui::Window* QtUiHost::wrapWidget(QWidget* widget, host::ui::WindowHandler* handler) {

@@ -31,6 +31,11 @@ public:
     host::ui::Window* activeWindow() const override;
     bool isKeyDown(unsigned virtualKey) const override;
     int systemMetricCaptionButtonWidth() const override;
+    int logicalDpi() const override;
+    host::ui::Window* createDialog(host::ui::Window* owner, const host::ui::DialogTemplate& dialog,
+                                   host::ui::WindowHandler* handler) override;
+    int runModalLoop(host::ui::Window* dialog) override;
+    void endModalLoop(host::ui::Window* dialog, int result) override;
 
     // A widget of the application seen as a host window (a parent for views); it lives as
     // long as the widget. handler (optional, not owned) hears the messages sent to it.

@@ -421,6 +421,9 @@ host::ui::DatePicker* WindowCore::createDatePicker(int id, const host::ui::Rect&
     return placed(create<QtDatePicker>(m_widget, id), rect);
 }
 host::ui::Edit* WindowCore::createEdit(int id, const host::ui::Rect& rect, unsigned style) {
+    if ((style & win::ES_MULTILINE) != 0) {
+        return placed(create<QtMultiLineEdit>(m_widget, id, style), rect);
+    }
     return placed(create<QtEdit>(m_widget, id, style), rect);
 }
 host::ui::TabStrip* WindowCore::createTabStrip(int id, const host::ui::Rect& rect) {

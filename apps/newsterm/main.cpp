@@ -7,6 +7,7 @@
 #include <QTimer>
 #include <cstdio>
 
+#include "adapters/qt/controls_basic.h"
 #include "adapters/qt/convert.h"
 #include "adapters/qt/qt_ui_host.h"
 #include "adapters/qt/services.h"
@@ -19,6 +20,7 @@
 #include "apps/newsterm/term_options.h"
 #include "apps/newsterm/term_settings.h"
 #include "host/framework/host_context.h"
+#include "host/ui/dialog_templates.h"
 #include "news_view/news_module.h"
 
 namespace {
@@ -103,6 +105,12 @@ int main(int argc, char** argv) {
             nullptr, QStringLiteral("Resources"),
             QStringLiteral("%1 holds no NewsService.ini; use --resources DIR.").arg(options.resourcesDir));
     }
+
+    // Dialog templates and button bitmaps as shipped in the resources (an edited template
+    // takes effect without a rebuild; the built-in copies serve otherwise).
+    host::ui::DialogTemplateStore::instance().setDirectory(
+        QFile::encodeName(options.resourcesDir + QStringLiteral("/dialogs")).toStdString());
+    qthost::QtButton::setBitmapDirectory(options.resourcesDir + QStringLiteral("/bitmaps"));
 
     // The host services every view reaches through the host context.
     qthost::QtUiDispatcher dispatcher;

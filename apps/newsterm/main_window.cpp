@@ -1,6 +1,7 @@
 #include "apps/newsterm/main_window.h"
 
 #include <QActionGroup>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QDir>
 #include <QFileInfo>
@@ -9,18 +10,22 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QStatusBar>
+#include <QTimer>
 #include <QToolBar>
 
 #include "adapters/qt/dialog_service.h"
 #include "adapters/qt/qt_ui_host.h"
 #include "adapters/qt/text_codec.h"
 #include "apps/newsterm/backend_session.h"
+#include "apps/newsterm/flash_line.h"
 #include "apps/newsterm/problem_report.h"
 #include "apps/newsterm/qt_translation.h"
 #include "apps/newsterm/status_panel.h"
 #include "apps/newsterm/term_settings.h"
 #include "apps/newsterm/view_host.h"
 #include "apps/newsterm/window_fit.h"
+#include "host/framework/sync_info.h"
+#include "news_view/news_ctrl_view.h"
 #include "news_view/news_ids.h"
 
 namespace newsterm {
@@ -30,6 +35,18 @@ constexpr const char* kViewClass = "TRVNewsCtrlView";
 constexpr const char* kViewName = "News";
 constexpr int kStatusMessageMs = 5000;
 constexpr QSize kFirstSize(1200, 760);
+// How long the terminal waits for the first headlines before it stops looking for a story to open on.
+constexpr int kFirstStoryAttempts = 40;
+constexpr int kFirstStoryRetryMs = 250;
+
+TRVNewsCtrlView* newsView() {
+    for (TRVQuoteBaseView* view : TRVQuoteBaseView::AllViews()) {
+        if (auto* news = dynamic_cast<TRVNewsCtrlView*>(view)) {
+            return news;
+        }
+    }
+    return nullptr;
+}
 } // namespace
 
 MainWindow::MainWindow(qthost::QtUiHost& ui, BackendSession& session, TermSettings& settings, QString language)
@@ -53,9 +70,47 @@ MainWindow::MainWindow(qthost::QtUiHost& ui, BackendSession& session, TermSettin
     if (!m_view->hasView()) {
         statusBar()->showMessage(text("新聞檢視尚未加入此版本", "The news view is not in this build"));
     }
+    m_flash = std::make_unique<FlashLine>(m_ui, this, statusBar());
+    if (TRVNewsCtrlView* news = newsView()) {
+        // The story window steps back behind other applications while the terminal is inactive.
+        news->SetPopupFollowApp(true);
+        connect(qApp, &QGuiApplication::applicationStateChanged, this, [](Qt::ApplicationState state) {
+            if (TRVNewsCtrlView* view = newsView()) {
+                view->ChangeActiveApp(state == Qt::ApplicationActive ? 1 : 0);
+            }
+        });
+    }
+    showFirstStory(kFirstStoryAttempts);
 }
 
-MainWindow::~MainWindow() = default;
+void MainWindow::showFirstStory(int attemptsLeft) {
+    TRVNewsCtrlView* news = newsView();
+    host::ui::CSuperSheetWnd* grid = news != nullptr ? news->pGetCurrSheetView() : nullptr;
+    if (grid == nullptr || news->GetStoryShowType() == 0 || grid->cptGetFocusNdx().y >= 0) {
+        return; // nothing to read in, no pane to read it in, or the user picked a row already
+    }
+    if (grid->iGetRowCount() > 0) {
+        news->bChangeNewsPos(news->iGetCurrFunction(), 0);
+        grid->setFocus();
+        return;
+    }
+    if (attemptsLeft > 0) {
+        QTimer::singleShot(kFirstStoryRetryMs, this, [this, attemptsLeft] { showFirstStory(attemptsLeft - 1); });
+    }
+}
+
+void MainWindow::setStoryWindowOnTop(bool onTop) {
+    // The host's pop-up position setting: 1 makes pop-up windows ordinary windows.
+    CSyncInfo::Get().setPopupWndPosition(onTop ? 0 : 1);
+    if (TRVNewsCtrlView* news = newsView()) {
+        news->SetStoryWndStyle();
+    }
+}
+
+MainWindow::~MainWindow() {
+    // The viewer's window belongs to this window: it goes first.
+    m_flash.reset();
+}
 
 QString MainWindow::text(const char* chinese, const char* english) const {
     return m_language == QStringLiteral("en") ? QString::fromUtf8(english) : QString::fromUtf8(chinese);
@@ -70,6 +125,13 @@ void MainWindow::buildMenus() {
                     [this] { runOutputCommand(news::kCmdSaveNews); });
     file->addSeparator();
     file->addAction(text("結束(&X)", "&Quit"), QKeySequence::Quit, this, [this] { close(); });
+
+    QMenu* viewMenu = menuBar()->addMenu(text("檢視(&V)", "&View"));
+    QAction* onTop = viewMenu->addAction(text("新聞視窗永遠在最上層", "Story window always on top"));
+    onTop->setObjectName(QStringLiteral("storyWindowOnTop"));
+    onTop->setCheckable(true);
+    onTop->setChecked(CSyncInfo::Get().SYS_eGetPopupWndPosition() != 1);
+    connect(onTop, &QAction::toggled, this, [this](bool checked) { setStoryWindowOnTop(checked); });
 
     QMenu* languages = menuBar()->addMenu(text("語言(&L)", "&Language"));
     auto* group = new QActionGroup(languages);

@@ -13,6 +13,7 @@ class QtUiHost;
 namespace newsterm {
 
 class BackendSession;
+class FlashLine;
 class StatusPanel;
 class TermSettings;
 class ViewHost;
@@ -31,6 +32,7 @@ public:
     // Stores geometry and view settings now (also done on close); the reason on failure.
     QString saveSettings();
     StatusPanel& statusPanel() const { return *m_status; }
+    FlashLine& flashLine() { return *m_flash; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -46,14 +48,18 @@ private:
     void printToPdf();
     void chooseLanguage(const QString& language);
     void applySymbol();
+    // Shows the newest story once the list has rows, so that the terminal opens on reading.
+    void showFirstStory(int attemptsLeft);
+    void setStoryWindowOnTop(bool onTop);
 
     qthost::QtUiHost& m_ui;
     BackendSession& m_session;
     TermSettings& m_settings;
     QString m_language;
     std::unique_ptr<ViewHost> m_view;
-    QLineEdit* m_symbol = nullptr;   // owned by the toolbar
-    QAction* m_connected = nullptr;  // owned by the toolbar
+    std::unique_ptr<FlashLine> m_flash;
+    QLineEdit* m_symbol = nullptr;  // owned by the toolbar
+    QAction* m_connected = nullptr; // owned by the toolbar
     StatusPanel* m_status = nullptr; // owned by the status bar
     bool m_saved = false;
 };

@@ -255,13 +255,13 @@ void ScenarioRunner::doDisconnect(const Statement& /*s*/) {
 // --- Controls ---
 
 void ScenarioRunner::doClick(const Statement& s) {
-    WindowCore* control = requireControl(s, static_cast<int>(number(s, 1)));
+    WindowCore* control = requireControl(s, word(s, 1));
     requireUsable(*control);
     as<headless::HeadlessButton>(control, "button")->click();
 }
 
 void ScenarioRunner::doSelect(const Statement& s) {
-    WindowCore* control = requireControl(s, static_cast<int>(number(s, 1)));
+    WindowCore* control = requireControl(s, word(s, 1));
     requireUsable(*control);
     const Word& item = wordAt(s, 2);
     const bool byIndex = !item.quoted && item.text.find_first_not_of("0123456789") == std::string::npos;
@@ -296,7 +296,7 @@ void ScenarioRunner::doSelect(const Statement& s) {
 }
 
 void ScenarioRunner::doChoose(const Statement& s) {
-    WindowCore* control = requireControl(s, static_cast<int>(number(s, 1)));
+    WindowCore* control = requireControl(s, word(s, 1));
     requireUsable(*control);
     auto* combo = as<headless::HeadlessComboBox>(control, "combo");
     const Word& item = wordAt(s, 2);
@@ -308,7 +308,7 @@ void ScenarioRunner::doChoose(const Statement& s) {
 }
 
 void ScenarioRunner::doDropdown(const Statement& s) {
-    WindowCore* control = requireControl(s, static_cast<int>(number(s, 1)));
+    WindowCore* control = requireControl(s, word(s, 1));
     requireUsable(*control);
     if (auto* combo = dynamic_cast<headless::HeadlessComboBox*>(control)) {
         combo->dropDown();
@@ -318,7 +318,7 @@ void ScenarioRunner::doDropdown(const Statement& s) {
 }
 
 void ScenarioRunner::doCloseup(const Statement& s) {
-    WindowCore* control = requireControl(s, static_cast<int>(number(s, 1)));
+    WindowCore* control = requireControl(s, word(s, 1));
     requireUsable(*control);
     if (auto* combo = dynamic_cast<headless::HeadlessComboBox*>(control)) {
         combo->closeUp();
@@ -328,7 +328,7 @@ void ScenarioRunner::doCloseup(const Statement& s) {
 }
 
 void ScenarioRunner::doPickDate(const Statement& s) {
-    WindowCore* control = requireControl(s, static_cast<int>(number(s, 1)));
+    WindowCore* control = requireControl(s, word(s, 1));
     requireUsable(*control);
     auto* picker = as<headless::HeadlessDatePicker>(control, "date picker");
     const host::ui::Date date = dateValue(s, word(s, 2));
@@ -340,7 +340,7 @@ void ScenarioRunner::doPickDate(const Statement& s) {
 }
 
 void ScenarioRunner::doType(const Statement& s) {
-    WindowCore* control = requireControl(s, static_cast<int>(number(s, 1)));
+    WindowCore* control = requireControl(s, word(s, 1));
     requireUsable(*control);
     if (!as<headless::HeadlessEdit>(control, "edit")->typeText(in(hasWord(s, 2) ? word(s, 2) : std::string{}))) {
         throw ActionFailure("edit " + word(s, 1) + " is read-only");
@@ -356,11 +356,19 @@ void ScenarioRunner::doChars(const Statement& s) {
 }
 
 void ScenarioRunner::doCheck(const Statement& s) {
-    WindowCore* control = requireControl(s, static_cast<int>(number(s, 1)));
+    WindowCore* control = requireControl(s, word(s, 1));
     requireUsable(*control);
     if (auto* button = dynamic_cast<headless::HeadlessButton*>(control)) {
-        // A check box ticks itself, then reports the click.
-        button->setCheck(yesNo(s, 2));
+        const bool wanted = yesNo(s, 2);
+        if (button->buttonKind() == win::BS_AUTOCHECKBOX) {
+            // An automatic check box ticks itself when clicked: click only when it must change.
+            if (button->isChecked() != wanted) {
+                button->click();
+            }
+            return;
+        }
+        // Another check box is ticked by its owner: tick it, then report the click.
+        button->setCheck(wanted);
         button->click();
         return;
     }
@@ -378,7 +386,7 @@ void ScenarioRunner::doCheck(const Statement& s) {
 }
 
 void ScenarioRunner::doDoubleClick(const Statement& s) {
-    WindowCore* control = requireControl(s, static_cast<int>(number(s, 1)));
+    WindowCore* control = requireControl(s, word(s, 1));
     requireUsable(*control);
     const int index = static_cast<int>(number(s, 2));
     bool done = false;
@@ -404,7 +412,7 @@ void ScenarioRunner::doFocus(const Statement& s) {
         }
         grid->setFocus();
     } else {
-        requireControl(s, static_cast<int>(number(s, 1)))->setFocus();
+        requireControl(s, word(s, 1))->setFocus();
     }
 }
 
@@ -417,7 +425,10 @@ void ScenarioRunner::doKey(const Statement& s) {
     }
     host::ui::Window* target = keyTarget(s, 3);
     if (how == "down" || how == "press") {
-        m_host->ui().keyInput(target, win::WM_KEYDOWN, key);
+        const WindowCore* core = headless::coreOf(target);
+        const std::string name = std::string(headless::kindName(core->kind())) + " " + std::to_string(core->id());
+        const bool consumed = m_host->ui().keyInput(target, win::WM_KEYDOWN, key);
+        m_lastKey = consumed ? "consumed before " + name : "delivered to " + name;
     }
     if (how == "up" || how == "press") {
         // The target may be gone after the key-down; a key-up then goes to whatever has the focus.

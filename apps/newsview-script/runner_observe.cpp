@@ -113,10 +113,7 @@ std::vector<std::string> ScenarioRunner::observe(const Statement& s, const std::
         }
         return words[i].text;
     };
-    const auto controlArg = [&](std::size_t i) -> WindowCore* {
-        const Statement one{s.line, s.text, {s.words.front(), Word{arg(i), false, 0}}, {}, 0};
-        return findControl(static_cast<int>(number(one, 1)));
-    };
+    const auto controlArg = [&](std::size_t i) -> WindowCore* { return findControl(s, arg(i)); };
 
     if (what == "grid") {
         return observeGrid(s, words);
@@ -177,20 +174,27 @@ std::vector<std::string> ScenarioRunner::observe(const Statement& s, const std::
         }
         return lines;
     }
-    if (what == "richedit") {
-        auto* rich = dynamic_cast<headless::HeadlessRichEdit*>(controlArg(1));
-        if (rich == nullptr) {
-            return {"<no rich edit " + arg(1) + ">"};
+    if (what == "richedit" || what == "text") {
+        WindowCore* control = controlArg(1);
+        auto* rich = dynamic_cast<headless::HeadlessRichEdit*>(control);
+        if (control == nullptr || (what == "richedit" && rich == nullptr)) {
+            return {"<no " + std::string(what == "text" ? "control " : "rich edit ") + arg(1) + ">"};
         }
-        if (words.size() > 2 && arg(2) == "selection") {
+        if (rich != nullptr && words.size() > 2 && arg(2) == "selection") {
             const auto [start, end] = rich->selection();
             return {std::to_string(start) + ".." + std::to_string(end) + " \"" + out(rich->selectedText()) + "\""};
         }
+        if (rich != nullptr && words.size() > 2 && arg(2) == "state") {
+            return observeRichEditState(*rich);
+        }
+        const bool raw = words.size() > 2 && arg(2) == "raw";
         std::vector<std::string> lines;
-        std::stringstream body(out(rich->window().text()));
+        std::stringstream body(out(control->window().text()));
         std::string line;
         while (std::getline(body, line)) {
-            lines.push_back(line.empty() || line.back() != '\r' ? line : line.substr(0, line.size() - 1));
+            // Raw lines show the CR of a CR LF as \r, so that blanks before it count too.
+            const bool cr = !line.empty() && line.back() == '\r';
+            lines.push_back(cr ? line.substr(0, line.size() - 1) + (raw ? "\\r" : "") : line);
         }
         return lines;
     }
@@ -240,6 +244,18 @@ std::vector<std::string> ScenarioRunner::observe(const Statement& s, const std::
     }
     if (what == "feed") {
         return observeFeed();
+    }
+    if (what == "last-key") {
+        return {m_lastKey};
+    }
+    if (what == "story") {
+        return observeStory(s, words);
+    }
+    if (what == "dialog") {
+        return observeDialog(s, words);
+    }
+    if (what == "tipmsg") {
+        return observeTipMsg();
     }
     if (what == "calls") {
         const bool all = words.size() > 1 && arg(1) == "all";

@@ -151,8 +151,7 @@ std::vector<std::string> ScenarioRunner::observeControl(const Statement& s, cons
     if (words.size() < 2) {
         scriptError(s, "control needs an id");
     }
-    const Statement one{s.line, s.text, {s.words.front(), words[1]}, {}, 0};
-    WindowCore* control = findControl(static_cast<int>(number(one, 1)));
+    WindowCore* control = findControl(s, words[1].text);
     if (control == nullptr) {
         return {"<no control " + words[1].text + ">"};
     }

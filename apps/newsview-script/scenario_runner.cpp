@@ -18,6 +18,7 @@
 #include "host/framework/sync_info.h"
 #include "host/text/cp950.h"
 #include "host/text/format.h"
+#include "host/ui/dialog_templates.h"
 
 namespace scenario {
 
@@ -41,6 +42,10 @@ ScenarioRunner::ScenarioRunner(RunnerOptions options, std::ostream& out, std::os
     CSyncInfo::Get().reset();
     m_backend.setSysPath(m_sysDir.string());
     m_backend.install();
+    // Dialog templates as the resources hold them (the built-in copies serve otherwise).
+    if (!m_options.resourcesDir.empty()) {
+        host::ui::DialogTemplateStore::instance().setDirectory((m_options.resourcesDir / "dialogs").string());
+    }
 }
 
 ScenarioRunner::~ScenarioRunner() {
@@ -161,6 +166,11 @@ const std::map<std::string, ScenarioRunner::Handler>& ScenarioRunner::handlers()
         {"advance", &ScenarioRunner::doAdvance},
         {"drain", &ScenarioRunner::doDrain},
         {"mark", &ScenarioRunner::doMark},
+        // Story displays and dialogs
+        {"tipmsg", &ScenarioRunner::doTipMsg},
+        {"close-dialog", &ScenarioRunner::doCloseDialog},
+        {"activate", &ScenarioRunner::doActivate},
+        {"show-story", &ScenarioRunner::doShowStory},
         // The embedded back end
         {"backend", &ScenarioRunner::doBackend},
         {"feed", &ScenarioRunner::doFeed},
@@ -279,11 +289,15 @@ unsigned char ScenarioRunner::serviceId(const Statement& s, std::size_t index) c
 CHeadlineTable ScenarioRunner::entryRef(const Statement& s, const std::string& text) const {
     int service = 0;
     int seq = 0;
-    // "S#N@TIME": a table entry of the service's current date whose headline need not be held.
+    // "S#N@TIME": a table entry of the service's current date whose headline need not be held;
+    // "S#N@DATE/TIME" one of another date.
     const std::size_t at = text.find('@');
     if (at != std::string::npos && parseHeadlineRef(text.substr(0, at), service, seq)) {
         const auto svc = static_cast<unsigned char>(service);
-        const std::int64_t time = localTime(s, currentDate(svc), text.substr(at + 1));
+        const std::string when = text.substr(at + 1);
+        const std::size_t slash = when.find('/');
+        const std::string date = slash == std::string::npos ? currentDate(svc) : dateArg(s, when.substr(0, slash));
+        const std::int64_t time = localTime(s, date, slash == std::string::npos ? when : when.substr(slash + 1));
         return CHeadlineTable{svc, time, seq, seq, 0};
     }
     if (!parseHeadlineRef(text, service, seq)) {
@@ -418,21 +432,57 @@ std::vector<headless::WindowCore*> ScenarioRunner::allWindows() const {
     return result;
 }
 
-headless::WindowCore* ScenarioRunner::findControl(int id) const {
-    for (headless::WindowCore* w : allWindows()) {
-        if (w->parentCore() != nullptr && w->id() == id) {
-            return w;
-        }
+std::string ScenarioRunner::windowNameOf(const headless::WindowCore& control) const {
+    const headless::WindowCore* top = &control;
+    while (top->parentCore() != nullptr) {
+        top = top->parentCore();
     }
-    return nullptr;
+    const headless::WindowCore* root = m_view && m_view->GetWnd() ? headless::coreOf(m_view->GetWnd()) : nullptr;
+    return top == root ? std::string("view") : std::to_string(top->id());
 }
 
-headless::WindowCore* ScenarioRunner::requireControl(const Statement& s, int id) const {
-    headless::WindowCore* control = findControl(id);
-    if (control == nullptr) {
-        throw ActionFailure("no control with id " + std::to_string(id));
+headless::WindowCore* ScenarioRunner::findControl(const Statement& s, const std::string& ref) const {
+    const std::size_t slash = ref.find('/');
+    const std::string window = slash == std::string::npos ? std::string{} : ref.substr(0, slash);
+    const std::string idText = slash == std::string::npos ? ref : ref.substr(slash + 1);
+    const Statement one{s.line, s.text, {s.words.front(), Word{idText, false, 0}}, {}, 0};
+    const long long id = number(one, 1);
+    if (slash != std::string::npos && window != "view" && window.find_first_not_of("0123456789") != std::string::npos) {
+        scriptError(s, "'" + ref + "': a window is 'view' or a dialog id, as in view/8067 or 8065/8067");
     }
-    (void)s;
+    headless::WindowCore* found = nullptr;
+    std::vector<std::string> windows;
+    for (headless::WindowCore* w : allWindows()) {
+        if (w->parentCore() == nullptr || w->id() != id) {
+            continue;
+        }
+        const std::string name = windowNameOf(*w);
+        if (!window.empty() && name != window) {
+            continue;
+        }
+        if (std::find(windows.begin(), windows.end(), name) == windows.end()) {
+            windows.push_back(name);
+        }
+        if (found == nullptr) {
+            found = w;
+        }
+    }
+    if (windows.size() > 1) {
+        std::string names;
+        for (const std::string& name : windows) {
+            names += (names.empty() ? "" : ", ") + name;
+        }
+        throw ActionFailure("id " + idText + " is in more than one window (" + names + "): write WINDOW/" + idText +
+                            ", e.g. " + windows.front() + "/" + idText);
+    }
+    return found;
+}
+
+headless::WindowCore* ScenarioRunner::requireControl(const Statement& s, const std::string& ref) const {
+    headless::WindowCore* control = findControl(s, ref);
+    if (control == nullptr) {
+        throw ActionFailure("no control " + ref);
+    }
     return control;
 }
 
@@ -487,7 +537,7 @@ host::ui::Window* ScenarioRunner::keyTarget(const Statement& s, std::size_t from
             }
             return grid;
         }
-        return &requireControl(s, static_cast<int>(number(s, i + 1)))->window();
+        return &requireControl(s, target)->window();
     }
     host::ui::Window* focus = m_host->ui().focusWindow();
     return focus != nullptr ? focus : viewWindow(s);

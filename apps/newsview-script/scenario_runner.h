@@ -88,8 +88,12 @@ private:
 
     // Windows of the view.
     host::ui::Window* viewWindow(const Statement& s) const;
-    headless::WindowCore* findControl(int id) const;
-    headless::WindowCore* requireControl(const Statement& s, int id) const;
+    // A control named "ID" or "WINDOW/ID" (WINDOW: "view" or a dialog's id). Null when there
+    // is none; an unqualified id found in more than one window fails the line.
+    headless::WindowCore* findControl(const Statement& s, const std::string& ref) const;
+    headless::WindowCore* requireControl(const Statement& s, const std::string& ref) const;
+    // "view" for the view's window tree, else the id of the top-level window holding the control.
+    std::string windowNameOf(const headless::WindowCore& control) const;
     std::vector<headless::WindowCore*> allWindows() const; // view tree first, then other top-level windows
     headless::HeadlessSheet* findGrid(const Statement& s, std::size_t& index) const;
     host::ui::Window* keyTarget(const Statement& s, std::size_t from) const;
@@ -158,6 +162,16 @@ private:
     void doDrain(const Statement& s);
     void doMark(const Statement& s);
 
+    // --- Story displays and dialogs (runner_story.cpp) ---
+    void doTipMsg(const Statement& s);
+    void doCloseDialog(const Statement& s);
+    void doActivate(const Statement& s);
+    void doShowStory(const Statement& s);
+    std::vector<std::string> observeStory(const Statement& s, const std::vector<Word>& words) const;
+    std::vector<std::string> observeDialog(const Statement& s, const std::vector<Word>& words) const;
+    std::vector<std::string> observeTipMsg() const;
+    std::vector<std::string> observeRichEditState(const headless::WindowCore& control) const;
+    headless::WindowCore* findDialog(const Statement& s, const std::string& id) const;
     // --- The embedded back end (runner_embedded.cpp) ---
     void doBackend(const Statement& s);
     void doFeed(const Statement& s);
@@ -216,6 +230,7 @@ private:
     int m_failures = 0;
     std::size_t m_callMark = 0;
     std::size_t m_dialogsSeen = 0;
+    std::string m_lastKey = "none"; // how the last key-down was routed
 };
 
 } // namespace scenario

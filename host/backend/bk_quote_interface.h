@@ -36,6 +36,9 @@ public:
     // Headlines for the given entries of one service, appended to headlines; returns the count added.
     virtual int BKQNEWS_iGetHeadline(unsigned char service, std::vector<CHeadline>& headlines,
                                      const std::vector<CHeadlineTable>& entries) = 0;
+    // The cached story of an entry. False when the back end does not hold it (yet); story then
+    // holds what the back end has of it: an empty text when it has nothing, never the text of
+    // a story fetched before (the story displays show a non-empty text even on false).
     virtual bool BKQNEWS_bGetStory(CStory& story, const CHeadlineTable& entry) = 0;
     virtual bool BKQNews_bReRequestHeadlineStory(const CHeadlineTable& entry) = 0;
     virtual bool BKNEWS_bReRequestHeadlineTable(unsigned char service, const CSymbolInfo& symbol) = 0;

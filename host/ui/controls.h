@@ -14,6 +14,8 @@ public:
     virtual void setCheck(bool checked) = 0;
     virtual bool isChecked() const = 0;
     virtual void setDefault(bool isDefault) = 0;
+    // A button drawn from bitmaps (by bitmap id; 0: none): at rest, under the mouse, pressed.
+    virtual void setBitmaps(int normal, int hover, int pressed) = 0;
 };
 
 // Drop-down list. Selection changes reach the parent as CBN_SELCHANGE, the closing of the
@@ -43,7 +45,8 @@ public:
     virtual bool isDroppedDown() const = 0;
 };
 
-// Single-line edit. Text changes reach the parent as EN_UPDATE then EN_CHANGE.
+// Single-line edit, or multi-line with ES_MULTILINE. Text changes reach the parent as
+// EN_UPDATE then EN_CHANGE.
 class Edit : public Window {
 public:
     virtual void setSelection(int start, int end) = 0;

@@ -22,14 +22,24 @@ struct Message {
     Window* target = nullptr;
 };
 
-constexpr WPARAM MAKEWPARAM(unsigned lo, unsigned hi) { return (lo & 0xFFFFu) | ((hi & 0xFFFFu) << 16); }
+constexpr WPARAM MAKEWPARAM(unsigned lo, unsigned hi) {
+    return (lo & 0xFFFFu) | ((hi & 0xFFFFu) << 16);
+}
 constexpr LPARAM MAKELPARAM(int lo, int hi) {
     return static_cast<LPARAM>((static_cast<unsigned>(lo) & 0xFFFFu) | ((static_cast<unsigned>(hi) & 0xFFFFu) << 16));
 }
-constexpr unsigned LOWORD(std::uintptr_t v) { return static_cast<unsigned>(v & 0xFFFFu); }
-constexpr unsigned HIWORD(std::uintptr_t v) { return static_cast<unsigned>((v >> 16) & 0xFFFFu); }
-constexpr int GET_X_LPARAM(LPARAM l) { return static_cast<short>(static_cast<std::uintptr_t>(l) & 0xFFFFu); }
-constexpr int GET_Y_LPARAM(LPARAM l) { return static_cast<short>((static_cast<std::uintptr_t>(l) >> 16) & 0xFFFFu); }
+constexpr unsigned LOWORD(std::uintptr_t v) {
+    return static_cast<unsigned>(v & 0xFFFFu);
+}
+constexpr unsigned HIWORD(std::uintptr_t v) {
+    return static_cast<unsigned>((v >> 16) & 0xFFFFu);
+}
+constexpr int GET_X_LPARAM(LPARAM l) {
+    return static_cast<short>(static_cast<std::uintptr_t>(l) & 0xFFFFu);
+}
+constexpr int GET_Y_LPARAM(LPARAM l) {
+    return static_cast<short>((static_cast<std::uintptr_t>(l) >> 16) & 0xFFFFu);
+}
 
 namespace win {
 // Window messages.
@@ -40,6 +50,7 @@ constexpr unsigned WM_SETFOCUS = 0x0007;
 constexpr unsigned WM_KILLFOCUS = 0x0008;
 constexpr unsigned WM_PAINT = 0x000F;
 constexpr unsigned WM_CLOSE = 0x0010;
+constexpr unsigned WM_SHOWWINDOW = 0x0018;
 constexpr unsigned WM_ERASEBKGND = 0x0014;
 constexpr unsigned WM_SETFONT = 0x0030;
 constexpr unsigned WM_NOTIFY = 0x004E;
@@ -130,7 +141,16 @@ constexpr unsigned SB_LINEUP = 0;
 constexpr unsigned SB_LINEDOWN = 1;
 constexpr unsigned SB_PAGEUP = 2;
 constexpr unsigned SB_PAGEDOWN = 3;
+constexpr unsigned SB_THUMBPOSITION = 4;
 constexpr unsigned SB_THUMBTRACK = 5;
+constexpr unsigned SB_LEFT = 6;
+constexpr unsigned SB_RIGHT = 7;
+constexpr unsigned SB_ENDSCROLL = 8;
+// WM_HSCROLL names the first four codes for the horizontal direction.
+constexpr unsigned SB_LINELEFT = 0;
+constexpr unsigned SB_LINERIGHT = 1;
+constexpr unsigned SB_PAGELEFT = 2;
+constexpr unsigned SB_PAGERIGHT = 3;
 
 // Message box flags and results.
 constexpr unsigned MB_OK = 0x0;
@@ -152,8 +172,22 @@ constexpr unsigned WS_VSCROLL = 0x00200000u;
 constexpr unsigned ES_MULTILINE = 0x0004u;
 constexpr unsigned ES_AUTOVSCROLL = 0x0040u;
 constexpr unsigned ES_READONLY = 0x0800u;
+constexpr unsigned WS_GROUP = 0x00020000u;
+constexpr unsigned WS_TABSTOP = 0x00010000u;
+constexpr unsigned ES_PASSWORD = 0x0020u;
 constexpr unsigned CBS_DROPDOWNLIST = 0x0003u;
 constexpr unsigned CBS_OWNERDRAWFIXED = 0x0010u;
+
+// Button styles (the low four bits select the kind).
+constexpr unsigned BS_PUSHBUTTON = 0x0u;
+constexpr unsigned BS_DEFPUSHBUTTON = 0x1u;
+constexpr unsigned BS_CHECKBOX = 0x2u;
+constexpr unsigned BS_AUTOCHECKBOX = 0x3u;
+constexpr unsigned BS_RADIOBUTTON = 0x4u;
+constexpr unsigned BS_GROUPBOX = 0x7u;
+constexpr unsigned BS_AUTORADIOBUTTON = 0x9u;
+constexpr unsigned BS_OWNERDRAW = 0xBu;
+constexpr unsigned BS_TYPEMASK = 0xFu;
 
 // Device capabilities.
 constexpr int HORZSIZE = 4;

@@ -41,7 +41,8 @@ TEST_F(ModesLayoutTest, ControlRowPageButtonsAndGridFollowTheFontUnits) {
     EXPECT_EQ(control(news::kIdPageUpButton)->rect(), (Rect{784, 29, 848, 49}));
     EXPECT_EQ(control(news::kIdSaveAsButton)->rect(), (Rect{851, 29, 921, 49}));
     EXPECT_EQ(control(news::kIdPrintButton)->rect(), (Rect{930, 29, 1000, 49})) << "9 pixels before the last";
-    EXPECT_EQ(m_view->GetSheet(news::kModeAllNews)->rect(), (Rect{0, 57, 1000, 600}));
+    EXPECT_EQ(m_view->GetSheet(news::kModeAllNews)->rect(), (Rect{0, 57, 500, 600}))
+        << "the story beside the grid by default";
 
     // Narrow views drop the page buttons from the fourth backwards.
     m_view->GetWnd()->move(Rect{0, 0, 600, 600});

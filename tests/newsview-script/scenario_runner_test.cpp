@@ -90,7 +90,7 @@ TEST_F(ScenarioRunnerTest, ActionsThatCannotHappenFailTheLineAndTheRunGoesOn) {
     EXPECT_EQ(status, 1);
     const std::string err = m_err.str();
     EXPECT_NE(err.find("t.nvs:4: control 1007 is a static, not a button"), std::string::npos) << err;
-    EXPECT_NE(err.find("t.nvs:5: no control with id 4242"), std::string::npos) << err;
+    EXPECT_NE(err.find("t.nvs:5: no control 4242"), std::string::npos) << err;
     EXPECT_NE(err.find("t.nvs:6: row 1 is not on the visible page"), std::string::npos) << err;
     EXPECT_EQ(err.find("t.nvs:7"), std::string::npos);
     EXPECT_EQ(m_out.str(), "grid 0 count: 1\n");

@@ -9,6 +9,7 @@
 #include "news_view/news_ctrl_view.h"
 #include "output/news_print.h"
 #include "output/save_to_file.h"
+#include "story/news_story_dlg.h"
 #include "tests/news_view/news_view_fixture.h"
 
 namespace {
@@ -109,7 +110,8 @@ TEST_F(OutputViewTest, SelectedRowsPrintInRowOrderWhenEverythingIsAtHand) {
     EXPECT_EQ(std::vector<std::string>(body.begin() + 4, body.end()),
               (std::vector<std::string>{"", "2024/01/ 2 08:01:02a1", "a2"}));
     EXPECT_FALSE(m_view->GetNewsPrint()->bHasPending());
-    EXPECT_EQ(m_host.dialogs().records().back().ownerId, m_view->GetWnd()->id()) << "the view owns the dialog";
+    EXPECT_EQ(m_host.dialogs().records().back().ownerId, m_view->GetStoryDlg()->GetTemplateId())
+        << "the story window, which every view with its controls has, owns the print dialog";
 }
 
 TEST_F(OutputViewTest, NothingSelectedDoesNothing) {

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QLabel>
 #include <QListWidget>
+#include <QPlainTextEdit>
 #include <QPrinter>
 #include <QTabBar>
 #include <QTemporaryDir>
@@ -216,6 +217,34 @@ TEST_F(ControlsTest, EditTabsListsRichEditAndTipKeepTheModulesBytes) {
     EXPECT_TRUE(qt<QLabel>(tip)->text().contains(QString::fromUtf8("新聞")));
     tip->hideTip();
     EXPECT_FALSE(tip->isTipShown());
+}
+
+TEST_F(ControlsTest, RichEditMarksStayVisibleWithoutTheFocusOnlyWhenAskedAndSearchTheCurrentText) {
+    host::ui::RichEdit* story = view->createRichEdit(2012, Rect{0, 0, 300, 200}, win::ES_READONLY);
+    auto* edit = qt<QPlainTextEdit>(story);
+    story->setText("alpha beta alpha");
+    EXPECT_EQ(story->findText(1, "ALPHA"), (std::pair<int, int>{11, 16}));
+    story->setText("beta only");
+    EXPECT_EQ(story->findText(0, "alpha"), (std::pair<int, int>{-1, -1})) << "the new text is searched";
+    story->setText("beta alpha");
+    EXPECT_EQ(story->findText(0, "alpha"), (std::pair<int, int>{5, 10}));
+
+    const auto inactive = [&] { return edit->palette().color(QPalette::Inactive, QPalette::Highlight); };
+    const QColor background = edit->palette().color(QPalette::Inactive, QPalette::Base);
+    EXPECT_EQ(inactive(), background) << "by default a selection is hidden without the focus";
+    story->hideSelection(false);
+    EXPECT_NE(inactive(), background) << "marks show while the list has the keyboard";
+    EXPECT_EQ(inactive(), edit->palette().color(QPalette::Active, QPalette::Highlight));
+    // A run of selections (a keyword marking) shows the last one once the events are handled.
+    story->setSelection(0, 4);
+    story->setSelection(5, 10);
+    EXPECT_EQ(story->selection(), (std::pair<int, int>{5, 10}));
+    qttest::drainEvents();
+    EXPECT_EQ(edit->textCursor().selectedText(), QStringLiteral("alpha"));
+    story->setSelection(1, 2);
+    story->setText("new text");
+    qttest::drainEvents();
+    EXPECT_FALSE(edit->textCursor().hasSelection()) << "a new text drops a selection asked for before it";
 }
 
 TEST(DialogServiceTest, QuestionsAreMappedBothWaysAndPrintingCanGoToAPdf) {

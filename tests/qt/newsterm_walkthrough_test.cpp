@@ -5,6 +5,7 @@
 #include <QCalendarWidget>
 #include <QComboBox>
 #include <QDateEdit>
+#include <QDateTime>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -20,13 +21,18 @@
 
 #include <gtest/gtest.h>
 
+#include "adapters/qt/qt_ui_host.h"
 #include "adapters/qt/text_codec.h"
+#include "apps/newsterm/flash_line.h"
 #include "apps/newsterm/main_window.h"
 #include "headline_list/headline_columns.h"
 #include "host/ui/controls.h"
 #include "host/ui/sheet.h"
 #include "news_view/news_ctrl_view.h"
 #include "news_view/news_ids.h"
+#include "story/news_story_dlg.h"
+#include "story/news_story_view.h"
+#include "story/quote_dlg_tip_msg.h"
 #include "tests/qt/newsterm_window_fixture.h"
 #include "tests/qt/qt_test_support.h"
 
@@ -131,22 +137,28 @@ protected:
 
     QDate pickerDate() const { return widget<QDateEdit>(news::kIdDatePicker)->date(); }
     QString lastTip() const { return qthost::toQString(view().GetLastTipText()); }
-    // The tip window on screen: a visible tool-tip label whose text is the last tip, centred
-    // over the all-news grid.
+    // The tip message window on screen: shown inside the all-news grid, with the last tip as
+    // its text, on a background of its own.
     ::testing::AssertionResult tipShownOverGrid() const {
+        const CQuoteDlgTipMsg* tip = view().GetTipMsg();
+        QWidget* tipWidget = tip != nullptr ? qthost::QtUiHost::widgetOf(tip->GetWnd()) : nullptr;
+        if (tipWidget == nullptr || !tipWidget->isVisible()) {
+            return ::testing::AssertionFailure() << "no tip on screen with " << qPrintable(lastTip());
+        }
         const QTableView* list = grid(news::kModeAllNews);
         const QRect gridArea(list->mapToGlobal(QPoint(0, 0)), list->size());
-        for (QWidget* top : QApplication::topLevelWidgets()) {
-            auto* label = qobject_cast<QLabel*>(top);
-            if (label != nullptr && label->isVisible() && (label->windowFlags() & Qt::ToolTip) == Qt::ToolTip &&
-                label->text() == lastTip().toHtmlEscaped()) {
-                if (!gridArea.contains(label->geometry().center())) {
-                    return ::testing::AssertionFailure() << "the tip is not over the grid";
-                }
-                return ::testing::AssertionSuccess();
-            }
+        const QRect tipArea(tipWidget->mapToGlobal(QPoint(0, 0)), tipWidget->size());
+        if (!gridArea.contains(tipArea)) {
+            return ::testing::AssertionFailure() << "the tip is not over the grid";
         }
-        return ::testing::AssertionFailure() << "no tip on screen with " << qPrintable(lastTip());
+        const auto* label = tipWidget->findChild<QLabel*>();
+        if (label == nullptr || label->text() != lastTip()) {
+            return ::testing::AssertionFailure() << "the tip shows " << (label ? qPrintable(label->text()) : "nothing");
+        }
+        if (tipWidget->isWindow() || tipWidget->focusPolicy() != Qt::NoFocus) {
+            return ::testing::AssertionFailure() << "the tip must sit in the grid and never take the keyboard";
+        }
+        return ::testing::AssertionSuccess();
     }
     static QString lang(const char* utf8) { return QString::fromUtf8(utf8); }
 
@@ -168,6 +180,25 @@ protected:
         const QTableView* table = grid(mode);
         const QRect cellRect = table->visualRect(table->model()->index(focusRow(mode), 0));
         return table->viewport()->rect().contains(cellRect);
+    }
+
+    // How the story of a feed headline starts in a story display: its first paragraph, a line
+    // break where the feed marked one ("@@@@"), the second paragraph.
+    static QString storyStart(const QString& title) {
+        return title + QStringLiteral(" 第1段：市場消息。\r\n") + title + QStringLiteral(" 第2段");
+    }
+    // The story pane's widget and the text of its story control.
+    QWidget* storyPane() const {
+        const NewsStoryView* pane = view().GetStoryPane();
+        return pane != nullptr ? qthost::QtUiHost::widgetOf(pane->GetWnd()) : nullptr;
+    }
+    QString paneStory() const {
+        const NewsStoryView* pane = view().GetStoryPane();
+        return pane != nullptr ? qthost::toQString(pane->GetStoryControl()->text()) : QString();
+    }
+    QString paneTitle() const {
+        const NewsStoryView* pane = view().GetStoryPane();
+        return pane != nullptr ? qthost::toQString(pane->GetTitleControl()->text()) : QString();
     }
 
     void clickRow(int mode, int row) {
@@ -302,26 +333,28 @@ TEST_F(NewstermWalkthroughTest, SymbolTabCombosChangeTheListByMouseAndKeyboard) 
     EXPECT_TRUE(symbols->currentText().startsWith(QStringLiteral("2308 ")));
     EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeSymbol) == about(16, "2308"); }));
 
-    // The next symbol with the arrow key on the closed box.
+    // The arrow keys are the news list's wherever the keyboard is in the view: on the closed box
+    // they leave the symbol as it is (kept: traders page the news with them from anywhere).
     ASSERT_EQ(QApplication::focusWidget(), symbols);
-    const int next = symbols->currentIndex() + 1;
-    ASSERT_TRUE(symbols->itemText(next).startsWith(QStringLiteral("2317 "))) << qPrintable(symbols->itemText(next));
+    const int current = symbols->currentIndex();
     pressKey(Qt::Key_Down);
+    pressKey(Qt::Key_Down, Qt::AltModifier);
+    qttest::drainEvents();
+    EXPECT_EQ(symbols->currentIndex(), current);
+    EXPECT_TRUE(noPopup());
+
+    // The next symbol with the keyboard in the list opened by the mouse.
+    const int next = current + 1;
+    ASSERT_TRUE(symbols->itemText(next).startsWith(QStringLiteral("2317 "))) << qPrintable(symbols->itemText(next));
+    click(symbols);
+    ASSERT_NE(openPopup(), nullptr);
+    pressKey(Qt::Key_Down);
+    pressKey(Qt::Key_Return);
+    ASSERT_TRUE(noPopup());
     EXPECT_EQ(symbols->currentIndex(), next);
     EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeSymbol) == about(16, "2317"); }))
         << "the symbol chosen with the keyboard did not change the list";
     EXPECT_TRUE(allRowsAbout(news::kModeSymbol, QStringLiteral("2317")));
-
-    // On with the keyboard through the open list: 2327, then 2330.
-    pressKey(Qt::Key_Down, Qt::AltModifier);
-    ASSERT_NE(openPopup(), nullptr) << "Alt+Down opens the list";
-    pressKey(Qt::Key_Down);
-    pressKey(Qt::Key_Down);
-    pressKey(Qt::Key_Return);
-    ASSERT_TRUE(noPopup());
-    EXPECT_TRUE(symbols->currentText().startsWith(QStringLiteral("2330 ")));
-    EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeSymbol) == about(16, "2330"); }));
-    EXPECT_TRUE(allRowsAbout(news::kModeSymbol, QStringLiteral("2330")));
 
     // Another market: its symbols replace the list of the symbol box.
     chooseFromList(services, lang("興櫃"));
@@ -360,18 +393,31 @@ TEST_F(NewstermWalkthroughTest, DatePickerLoadsTheChosenDayAndPutsBackDaysOutOfR
     EXPECT_TRUE(showsList(news::kModeAllNews, countFeed([](const FeedHeadline& h) { return h.day == 0; }),
                           newestTitle([](const FeedHeadline& h) { return h.day == 0; })));
 
-    // Today again, stepped with the arrow key after a click behind the day in the field.
+    // The arrow keys in the date field are the news list's: the day stays (kept: the view pages
+    // the news with them wherever the keyboard is).
     auto* field = widget<QDateEdit>(news::kIdDatePicker)->findChild<QLineEdit*>();
     ASSERT_NE(field, nullptr);
     click(field, QPoint(field->width() - 3, field->height() / 2));
     ASSERT_EQ(QApplication::focusWidget(), widget<QDateEdit>(news::kIdDatePicker));
     pressKey(Qt::Key_Up);
+    EXPECT_EQ(pickerDate(), yesterday);
+
+    // Today again, chosen with the keyboard in the calendar.
+    calendar = openCalendar();
+    ASSERT_NE(calendar, nullptr);
+    pressKey(Qt::Key_Right);
+    pressKey(Qt::Key_Return);
+    ASSERT_TRUE(noPopup());
     EXPECT_EQ(pickerDate(), kToday);
     EXPECT_TRUE(showsList(news::kModeAllNews, todayRows, todayFirst));
     EXPECT_TRUE(lastTip().isEmpty()) << qPrintable(lastTip());
 
-    // One more step is tomorrow: refused with a tip, the picker shows today again.
-    pressKey(Qt::Key_Up);
+    // One day more is tomorrow: refused with a tip, the picker shows today again.
+    calendar = openCalendar();
+    ASSERT_NE(calendar, nullptr);
+    pressKey(Qt::Key_Right);
+    pressKey(Qt::Key_Return);
+    ASSERT_TRUE(noPopup());
     EXPECT_EQ(lastTip(), lang("不能選擇今天以後的日期"));
     EXPECT_TRUE(tipShownOverGrid());
     EXPECT_EQ(pickerDate(), kToday);
@@ -448,29 +494,39 @@ TEST_F(NewstermWalkthroughTest, ShowTypeButtonCyclesTheStoryLayout) {
     ASSERT_NE(button, nullptr);
     QWidget* area = viewWidget();
     QTableView* list = grid(news::kModeAllNews);
-    const QRect whole = list->geometry();
-    EXPECT_EQ(whole.right(), area->width() - 1) << "without a story the list takes the whole width";
-    EXPECT_EQ(whole.bottom(), area->height() - 1) << "and the whole height";
+    QWidget* pane = storyPane();
+    ASSERT_NE(pane, nullptr);
 
-    // Layout 1: the story beside the list.
-    click(button);
+    // A fresh terminal reads beside the list, on the newest story.
     EXPECT_EQ(view().GetStoryShowType(), 1);
-    EXPECT_EQ(list->geometry().top(), whole.top());
     EXPECT_NEAR(list->geometry().width(), area->width() / 2, 1) << "the list keeps the left half";
-    EXPECT_EQ(list->geometry().bottom(), whole.bottom());
-    EXPECT_EQ(QApplication::focusWidget(), list) << "the keyboard goes back to the list";
+    EXPECT_TRUE(pane->isVisible());
+    EXPECT_GT(pane->geometry().left(), list->geometry().right());
+    EXPECT_TRUE(waitUntil([&] { return paneStory().contains(storyStart(newestTitle(today))); }))
+        << qPrintable(paneStory());
+    EXPECT_TRUE(paneTitle().contains(newestTitle(today))) << "the headline is there, only not shown beside the list";
+    const QRect beside = list->geometry();
 
     // Layout 2: the story below the list.
     click(button);
     EXPECT_EQ(view().GetStoryShowType(), 2);
-    EXPECT_EQ(list->geometry().width(), whole.width());
-    EXPECT_LT(list->geometry().bottom(), whole.bottom() - 100) << "room for the story below";
-    EXPECT_EQ(QApplication::focusWidget(), list);
+    EXPECT_EQ(list->geometry().width(), area->width());
+    EXPECT_LT(list->geometry().bottom(), area->height() - 100) << "room for the story below";
+    EXPECT_GT(pane->geometry().top(), list->geometry().bottom());
+    EXPECT_EQ(QApplication::focusWidget(), list) << "the keyboard goes back to the list";
 
-    // And round again to the list alone.
+    // Layout 0: the list alone.
     click(button);
     EXPECT_EQ(view().GetStoryShowType(), 0);
-    EXPECT_EQ(list->geometry(), whole);
+    EXPECT_EQ(list->geometry().right(), area->width() - 1) << "without a story the list takes the whole width";
+    EXPECT_EQ(list->geometry().bottom(), area->height() - 1) << "and the whole height";
+    EXPECT_FALSE(pane->isVisible());
+    EXPECT_EQ(QApplication::focusWidget(), list);
+
+    // And round again to the story beside the list.
+    click(button);
+    EXPECT_EQ(view().GetStoryShowType(), 1);
+    EXPECT_EQ(list->geometry(), beside);
 }
 
 TEST_F(NewstermWalkthroughTest, PageButtonsDropFromTheLastOneOnANarrowWindow) {
@@ -550,6 +606,169 @@ TEST_F(NewstermWalkthroughTest, GridTakesArrowAndPageKeysAfterAClick) {
     EXPECT_EQ(sheet(news::kModeAllNews)->iGetFirstVisibleRow(), 0);
     pressKey(Qt::Key_Up);
     EXPECT_EQ(focusRow(news::kModeAllNews), 0) << "the first row is the top";
+}
+
+} // namespace
+
+namespace {
+
+class NewstermReadingTest : public NewstermWalkthroughTest {
+protected:
+    // The story the pane shows is the one of a row of the all-news list: its title, then the
+    // second paragraph on a line of its own.
+    ::testing::AssertionResult paneShowsRow(int row) const {
+        // Rows on screen are written by the view's deferred refresh.
+        if (!waitUntil([&] { return !title(news::kModeAllNews, row).isEmpty(); })) {
+            return ::testing::AssertionFailure() << "row " << row << " was never written";
+        }
+        const QString expected = storyStart(title(news::kModeAllNews, row));
+        if (!waitUntil([&] { return paneStory().contains(expected); })) {
+            return ::testing::AssertionFailure()
+                   << "row " << row << " (" << qPrintable(expected) << "): the pane shows " << qPrintable(paneStory());
+        }
+        return ::testing::AssertionSuccess();
+    }
+    QWidget* storyWindow() const {
+        const TRVNewsStory* window = view().GetStoryDlg();
+        return window != nullptr ? qthost::QtUiHost::widgetOf(window->GetWnd()) : nullptr;
+    }
+    QString windowStory() const { return qthost::toQString(view().GetStoryDlg()->GetStoryControl()->text()); }
+};
+
+TEST_F(NewstermReadingTest, ReadFiveStoriesWithTheKeyboardAlone) {
+    const int rows = countFeed(today);
+    ASSERT_TRUE(showsList(news::kModeAllNews, rows, newestTitle(today)));
+    // The terminal opens on the newest story, with the keyboard in the list.
+    ASSERT_TRUE(waitUntil([&] { return QApplication::focusWidget() == grid(news::kModeAllNews); }));
+    EXPECT_EQ(focusRow(news::kModeAllNews), 0);
+    EXPECT_TRUE(paneShowsRow(0));
+
+    // Down, story by story.
+    for (int row = 1; row < 5; ++row) {
+        pressKey(Qt::Key_Down);
+        EXPECT_EQ(focusRow(news::kModeAllNews), row);
+        EXPECT_TRUE(paneShowsRow(row));
+    }
+    // A page further, the last, the first, and back up one from the second.
+    const int page = sheet(news::kModeAllNews)->iGetRowsPerPage();
+    pressKey(Qt::Key_PageDown);
+    EXPECT_EQ(focusRow(news::kModeAllNews), 4 + page);
+    EXPECT_TRUE(paneShowsRow(4 + page));
+    pressKey(Qt::Key_End);
+    EXPECT_EQ(focusRow(news::kModeAllNews), rows - 1);
+    EXPECT_TRUE(paneShowsRow(rows - 1));
+    pressKey(Qt::Key_Home);
+    EXPECT_TRUE(paneShowsRow(0));
+    pressKey(Qt::Key_Down);
+    pressKey(Qt::Key_Up);
+    EXPECT_EQ(focusRow(news::kModeAllNews), 0);
+    EXPECT_TRUE(paneShowsRow(0));
+    // Enter shows the focused row's story again.
+    pressKey(Qt::Key_Return);
+    EXPECT_TRUE(paneShowsRow(0));
+    EXPECT_EQ(QApplication::focusWidget(), grid(news::kModeAllNews)) << "the keyboard never left the list";
+}
+
+TEST_F(NewstermReadingTest, PageButtonsWrapAroundTheList) {
+    const int rows = countFeed(today);
+    ASSERT_TRUE(showsList(news::kModeAllNews, rows, newestTitle(today)));
+    ASSERT_TRUE(paneShowsRow(0));
+    // 上一則 from the first story is the last one; 下一則 from there is the first again.
+    click(widget<QPushButton>(news::kIdPageUpButton));
+    EXPECT_EQ(focusRow(news::kModeAllNews), rows - 1);
+    EXPECT_TRUE(paneShowsRow(rows - 1));
+    click(widget<QPushButton>(news::kIdPageDownButton));
+    EXPECT_EQ(focusRow(news::kModeAllNews), 0);
+    EXPECT_TRUE(paneShowsRow(0));
+}
+
+TEST_F(NewstermReadingTest, WithoutThePaneStoriesOpenInTheirOwnWindow) {
+    const int rows = countFeed(today);
+    ASSERT_TRUE(showsList(news::kModeAllNews, rows, newestTitle(today)));
+    auto* showType = widget<QPushButton>(news::kIdShowTypeButton);
+    click(showType);
+    click(showType);
+    ASSERT_EQ(view().GetStoryShowType(), 0);
+    QWidget* window = storyWindow();
+    ASSERT_NE(window, nullptr);
+    EXPECT_FALSE(window->isVisible());
+
+    // A double-click opens the row's story in a window of its own, on top.
+    QTableView* table = grid(news::kModeAllNews);
+    QTest::mouseDClick(table->viewport(), Qt::LeftButton, Qt::NoModifier,
+                       table->visualRect(table->model()->index(3, news::kColTitleThree)).center());
+    ASSERT_TRUE(waitUntil([&] { return window->isVisible(); }));
+    EXPECT_TRUE(window->isWindow());
+    EXPECT_TRUE(window->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+    EXPECT_TRUE(waitUntil([&] { return windowStory().contains(title(news::kModeAllNews, 3)); }));
+
+    // Its buttons read print, save-as, next, previous; next moves the list with it.
+    const auto button = [&](int id) {
+        return qobject_cast<QPushButton*>(qthost::QtUiHost::widgetOf(view().GetStoryDlg()->GetWnd()->child(id)));
+    };
+    EXPECT_LT(button(news::kIdPrintButton)->x(), button(news::kIdSaveAsButton)->x());
+    EXPECT_LT(button(news::kIdSaveAsButton)->x(), button(8068)->x());
+    EXPECT_LT(button(8068)->x(), button(8067)->x());
+    click(button(8068));
+    EXPECT_EQ(focusRow(news::kModeAllNews), 4);
+    EXPECT_TRUE(waitUntil([&] { return windowStory().contains(title(news::kModeAllNews, 4)); }));
+
+    // The View menu's setting makes it an ordinary window.
+    QAction* onTop =
+        window->window() != nullptr ? this->window().findChild<QAction*>(QStringLiteral("storyWindowOnTop")) : nullptr;
+    ASSERT_NE(onTop, nullptr);
+    onTop->trigger();
+    EXPECT_FALSE(window->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+    EXPECT_TRUE(window->isVisible()) << "changing its z-order keeps it on screen";
+
+    // Escape in it closes it.
+    QTest::keyClick(window, Qt::Key_Escape);
+    EXPECT_TRUE(waitUntil([&] { return !window->isVisible(); }));
+
+    // The context menu of a row offers the detailed story, which opens the window again.
+    click(table->viewport(), table->visualRect(table->model()->index(1, news::kColTitleThree)).center(),
+          Qt::RightButton);
+    auto* menu = qobject_cast<QMenu*>(openPopup());
+    ASSERT_NE(menu, nullptr);
+    QStringList items;
+    for (const QAction* action : menu->actions()) {
+        items << (action->isSeparator() ? QStringLiteral("---") : action->text());
+    }
+    EXPECT_EQ(items, (QStringList{lang("顯示類別欄"), QStringLiteral("---"), lang("重新取得新聞列表"),
+                                  lang("重新取得新聞內容"), lang("詳細內容"), lang("列印新聞"), lang("另存新聞")}));
+    click(menu, menu->actionGeometry(menu->actions()[4]).center());
+    ASSERT_TRUE(noPopup());
+    EXPECT_TRUE(waitUntil([&] { return window->isVisible(); }));
+    EXPECT_TRUE(waitUntil([&] { return windowStory().contains(title(news::kModeAllNews, 1)); }));
+}
+
+TEST_F(NewstermReadingTest, TheFlashLineOpensTheNewestStoryInTheBareViewer) {
+    newsterm::FlashLine& flash = window().flashLine();
+    EXPECT_FALSE(flash.button()->isVisible()) << "nothing flashed before news arrives";
+    const FeedHeadline* newest = nullptr;
+    for (const FeedHeadline& h : feed()) {
+        if (today(h) && (newest == nullptr || h.minute > newest->minute)) {
+            newest = &h;
+        }
+    }
+    ASSERT_NE(newest, nullptr);
+    CHeadline pushed;
+    pushed.m_byService = static_cast<unsigned char>(newest->service);
+    pushed.m_iSeqNo = newest->seq;
+    pushed.m_tTime = QDateTime(kToday, QTime(9, 0)).addSecs(newest->minute * 60).toSecsSinceEpoch();
+    pushed.m_strTitle = qthost::fromQString(newest->title);
+    flash.RecvNewHeadLine(&pushed, "", "");
+    ASSERT_TRUE(waitUntil([&] { return flash.button()->isVisible(); }));
+    EXPECT_TRUE(flash.button()->text().contains(newest->title));
+
+    click(flash.button());
+    ASSERT_NE(flash.viewer(), nullptr);
+    QWidget* viewer = qthost::QtUiHost::widgetOf(flash.viewer()->GetWnd());
+    ASSERT_TRUE(waitUntil([&] { return viewer->isVisible(); }));
+    const QString story = qthost::toQString(flash.viewer()->GetStoryControl()->text());
+    EXPECT_TRUE(story.contains(storyStart(newest->title))) << qPrintable(story);
+    EXPECT_FALSE(qthost::QtUiHost::widgetOf(flash.viewer()->GetWnd()->child(8068))->isVisible())
+        << "the bare viewer has no buttons";
 }
 
 } // namespace

@@ -72,6 +72,7 @@ protected:
 
     // Every headline of the feed.
     static const std::vector<FeedHeadline>& feed();
+
     // How many headlines of the feed match.
     template <class Pred> static int countFeed(Pred pred) {
         int n = 0;
