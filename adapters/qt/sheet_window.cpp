@@ -8,6 +8,7 @@
 #include <QScrollBar>
 #include <QTableView>
 #include <algorithm>
+#include <climits>
 
 #include "adapters/qt/convert.h"
 #include "adapters/qt/key_codes.h"
@@ -146,32 +147,40 @@ void QtSheet::repaintNow() {
 
 void QtSheet::rememberRowsInView() {
     m_anchorRow.reset();
+    m_keepFocusRowInView = false;
     const QTableView& view = tableView();
     const int top = view.verticalScrollBar()->value();
     const std::optional<std::size_t> first = m_model->moduleRow(top);
     if (!first) {
         return;
     }
-    const int focus = m_model->focusRow();
-    const bool reading =
-        view.hasFocus() && focus >= 0 && static_cast<std::size_t>(focus) >= *first &&
-        static_cast<std::size_t>(focus) < *first + static_cast<std::size_t>(std::max(1, iGetRowsPerPage()));
-    if (top > 0 || reading) {
+    if (top > 0) {
         m_anchorRow = first;
+        return;
     }
+    // At the top new rows show; a focused row being read is only kept on screen.
+    const int focus = m_model->focusRow();
+    m_keepFocusRowInView = view.hasFocus() && focus >= 0;
 }
 
 void QtSheet::keepRowsInView() {
-    if (!m_anchorRow) {
-        return;
-    }
-    // The bar's range follows the new row count only after a layout; do it now.
-    tableView().doItemsLayout();
     QScrollBar* bar = tableView().verticalScrollBar();
-    const int target = static_cast<int>(std::min<std::size_t>(*m_anchorRow, static_cast<std::size_t>(bar->maximum())));
+    int target = bar->value();
+    if (m_anchorRow) {
+        target = static_cast<int>(std::min<std::size_t>(*m_anchorRow, static_cast<std::size_t>(INT_MAX)));
+    } else if (m_keepFocusRowInView) {
+        const int page = std::max(1, iGetRowsPerPage());
+        const int focus = m_model->focusRow();
+        if (focus >= page) {
+            target = focus - page + 1; // the row read stays, at the bottom of the page
+        }
+    }
     m_anchorRow.reset();
+    m_keepFocusRowInView = false;
     if (target != bar->value()) {
-        bar->setValue(target);
+        // The bar's range follows the new row count only after a layout; do it now.
+        tableView().doItemsLayout();
+        bar->setValue(std::min(target, bar->maximum()));
     }
 }
 

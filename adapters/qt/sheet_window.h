@@ -19,7 +19,8 @@ class SheetView;
 // Repaints are paced: the model publishes changes at most every
 // SheetModel::kPublishIntervalMs, and invalidate()/update() wait for that beat too, so a stream
 // of pushes costs a few repaints a second. While the user is scrolled away from the top or is
-// reading a row, rows inserted above do not move the rows in view; at the top new rows show.
+// reading a row, rows inserted above do not move the rows in view; at the top new rows show, and
+// a focused row being read is kept on screen.
 //
 // Input: the grid handles its navigation keys itself (Up, Down, Page Up, Page Down, Home,
 // End, Left, Right, also when the module sends them) and passes every other key to its
@@ -101,7 +102,7 @@ private:
     void requestRepaint() override;
     void repaintNow() override;
     // Rows arriving above keep the rows in view where they are while the user is scrolled away
-    // from the top or reading a row (the focus row in view, the grid focused).
+    // from the top; at the top they show, and the focus row of a focused grid stays on screen.
     void rememberRowsInView();
     void keepRowsInView();
     void onSizeChanged(QSize size) override;
@@ -113,6 +114,7 @@ private:
     COLORREF m_evenBackground = host::ui::RGB(0, 0, 0);
     int m_userScroll = 0;                   // > 0 while the user's action moves the rows
     std::optional<std::size_t> m_anchorRow; // module row at the top before a publish
+    bool m_keepFocusRowInView = false;      // at the top, reading: the focus row stays on screen
     bool m_sliderAction = false;
 };
 

@@ -3,6 +3,7 @@
 // from and whether the link is live; a bad feed line; stopping by signal; the first window.
 #include <QAction>
 #include <QApplication>
+#include <QCalendarWidget>
 #include <QDateEdit>
 #include <QDateTime>
 #include <QFile>
@@ -10,6 +11,8 @@
 #include <QLineEdit>
 #include <QScrollBar>
 #include <QStatusBar>
+#include <QStyle>
+#include <QStyleOptionComboBox>
 #include <QTabBar>
 #include <QTableView>
 #include <QTest>
@@ -148,12 +151,31 @@ protected:
         }
         FAIL() << "no tab for mode " << mode;
     }
-    // One step of the date field with the arrow keys, the way a person pages the days.
-    void stepDate(Qt::Key key) {
+    // A day clicked in the date picker's calendar, the way a person pages the days.
+    void pickDay(QDate day) {
         auto* picker = widget<QDateEdit>(news::kIdDatePicker);
-        auto* field = picker->findChild<QLineEdit*>();
-        click(field, QPoint(field->width() - 3, field->height() / 2));
-        pressKey(key);
+        QStyleOptionComboBox option;
+        option.initFrom(picker);
+        option.editable = true;
+        option.subControls = QStyle::SC_All;
+        const QRect arrow =
+            picker->style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxArrow, picker);
+        click(picker, arrow.center());
+        ASSERT_NE(openPopup(), nullptr) << "the calendar did not open";
+        auto* days = picker->calendarWidget()->findChild<QTableView*>(QStringLiteral("qt_calendar_calendarview"));
+        ASSERT_NE(days, nullptr);
+        const QAbstractItemModel* model = days->model();
+        for (int row = 1; row < model->rowCount(); ++row) {
+            for (int column = 1; column < model->columnCount(); ++column) {
+                const QModelIndex index = model->index(row, column);
+                if (index.data().toString() == QString::number(day.day())) {
+                    click(days->viewport(), days->visualRect(index).center());
+                    ASSERT_TRUE(noPopup());
+                    return;
+                }
+            }
+        }
+        FAIL() << "day " << day.day() << " is not in the calendar";
     }
 
     SetClock m_base;
@@ -188,10 +210,10 @@ TEST_F(NewstermTrustTest, ASimulatedNewDayMovesTheClockKeepsItsNewsApartAndSurvi
     ASSERT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == 1; }));
 
     // Back to the day before, then the live day again: it can be picked.
-    stepDate(Qt::Key_Down);
+    pickDay(today);
     ASSERT_EQ(pickerDate(), today);
     EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == 3; }));
-    stepDate(Qt::Key_Up);
+    pickDay(tomorrow);
     EXPECT_EQ(pickerDate(), tomorrow) << "the live day was refused as a day in the future";
     EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == 1; }));
     EXPECT_EQ(title(news::kModeAllNews, 0), utf8("明日新聞一"));

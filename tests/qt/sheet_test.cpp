@@ -329,19 +329,28 @@ TEST_F(SheetTest, RowsInsertedAboveKeepTheRowsInViewWhileScrolledAwayOrReading) 
     EXPECT_EQ(shown(bar->value(), 0), QStringLiteral("r50"));
     EXPECT_EQ(grid->cszGetCellText(static_cast<std::size_t>(grid->iGetFirstVisibleRow()), 0), "r50");
 
-    // Back at the top, reading a focused row: it stays where it is too.
+    // Back at the top, reading a focused row: new rows show above it until it would leave the
+    // page; then it stays on screen, at the bottom.
     grid->sendMessage(win::WM_VSCROLL, host::ui::MAKEWPARAM(6, 0), 0); // SB_TOP
     ASSERT_EQ(bar->value(), 0);
     QtUiHost::widgetOf(grid)->setFocus();
     grid->vSetActiveSelection(4, 0);
     const CString reading = grid->cszGetCellText(4, 0);
     settle();
-    for (int i = 0; i < 2; ++i) {
+    grid->vInsertRow(0);
+    grid->vSetCellText(0, 0, "new");
+    settle();
+    EXPECT_EQ(bar->value(), 0);
+    EXPECT_EQ(shown(0, 0), QStringLiteral("new"));
+    const int page = grid->iGetRowsPerPage();
+    for (int i = 0; i < page; ++i) {
         grid->vInsertRow(0);
     }
     settle();
-    EXPECT_EQ(bar->value(), 2);
-    EXPECT_EQ(grid->cszGetCellText(static_cast<std::size_t>(grid->iGetFirstVisibleRow() + 4), 0), reading);
+    const int focus = sheet->cptGetFocusNdx().y;
+    EXPECT_EQ(grid->cszGetCellText(static_cast<std::size_t>(focus), 0), reading);
+    EXPECT_GE(focus, grid->iGetFirstVisibleRow());
+    EXPECT_LT(focus, grid->iGetFirstVisibleRow() + page) << "the row being read left the screen";
 }
 
 } // namespace
