@@ -48,6 +48,9 @@ struct EmbeddedBackendOptions {
     // Called on the UI thread when a service starts a news day, before any view hears of it:
     // the host's clock can follow a simulated day.
     std::function<void(unsigned char service, int day)> onNewsDay;
+    // Called on the UI thread after the views were told of a recovery (a reconnection, or
+    // headlines fetched again for a gap in their numbers), with the number of headlines it brought.
+    std::function<void(std::size_t)> onRecovered;
 };
 
 // The back end newsterm runs on without a quote server. It owns the cache the UI thread

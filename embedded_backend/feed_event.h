@@ -25,6 +25,9 @@ struct FeedEvent {
     // NewDay: the new date (0 = the day after the service's current one). Story: the news day of
     // its headline (0 = the service's current day).
     int day = 0;
+    // Headline: the server sent it but the link lost it. It reaches the terminal only when a
+    // gap in the service's sequence numbers makes the back end ask the server for it again.
+    bool lost = false;
 
     bool operator==(const FeedEvent&) const = default;
 };

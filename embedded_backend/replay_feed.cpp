@@ -156,7 +156,9 @@ LineStatus parseLine(std::string_view line, std::int64_t baseTime, FeedEvent& ev
         error = "\"at\" must be a number of seconds from 0";
         return LineStatus::Bad;
     }
-    at = atValue->numberValue();
+    // Offsets count to the millisecond, as replayLine writes them; the event's time is the
+    // whole seconds of the offset so rounded, so a line written back reads as the same event.
+    at = std::round(atValue->numberValue() * 1000) / 1000;
     event = FeedEvent{};
     event.time = baseTime + static_cast<std::int64_t>(std::floor(at));
 
@@ -182,6 +184,13 @@ LineStatus parseLine(std::string_view line, std::int64_t baseTime, FeedEvent& ev
         }
         if (o.find("story") != nullptr) {
             event.story = std::move(story);
+        }
+        if (const JsonValue* lost = o.find("lost"); lost != nullptr) {
+            if (!lost->isBool()) {
+                error = "\"lost\" must be true or false";
+                return LineStatus::Bad;
+            }
+            event.lost = lost->boolValue();
         }
     } else if (kind == "story") {
         event.kind = FeedEventKind::Story;
@@ -345,6 +354,9 @@ std::string replayLine(const FeedEvent& e, double at) {
         }
         if (e.story) {
             out += ",\"story\":" + jsonQuote(cp950::toUtf8(*e.story));
+        }
+        if (e.lost) {
+            out += ",\"lost\":true";
         }
         break;
     case FeedEventKind::Story:

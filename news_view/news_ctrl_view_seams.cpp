@@ -1,66 +1,9 @@
 // Operations of the view whose work belongs to parts of the module that are not built yet:
-// recovery and search answers, the search dialogs and the related-symbol quote view. Each one does the least that keeps
-// the view consistent (no data is made up) until its part replaces it. The story answers already reach the story
-// displays and the print and save jobs.
+// search answers, the search dialogs and the related-symbol quote view. Each one does the least
+// that keeps the view consistent (no data is made up) until its part replaces it.
+#include "host/backend/bk_quote_interface.h"
+#include "host/framework/sync_info.h"
 #include "news_view/news_ctrl_view.h"
-
-// ---- Recovery and back-end answers ----
-
-void TRVNewsCtrlView::OnReCoverHeadline() {
-    // Re-requests the headlines of the selected rows once recovery is built.
-}
-
-void TRVNewsCtrlView::OnReCoverHeadlineTable() {
-    // Re-requests the current list's table once recovery is built.
-}
-
-void TRVNewsCtrlView::OnReCoverStory() {
-    // Re-requests the focused row's story once recovery and the story displays are built.
-}
-
-void TRVNewsCtrlView::RespHeadLine(const std::vector<CHeadlineTable>& entries) {
-    // Headlines became available: the next refresh writes the rows that are on screen.
-    vRestartRefreshTimer();
-    vPassHeadlinesToOutput(entries);
-    passHeadlinesToStory(entries);
-}
-
-void TRVNewsCtrlView::RespStory(const CHeadlineTable& entry) {
-    passStoryToStory(entry);
-    vPassStoryToOutput(entry);
-}
-
-void TRVNewsCtrlView::StoryUpdateNotify(const CHeadlineTable* entry) {
-    passStoryUpdateToStory(entry);
-}
-
-void TRVNewsCtrlView::vRecvAllHeadlineTableRecovery(const CHeadlineTableInfo* /*info*/) {
-    // Rebuilds the date lists from a re-sent table once recovery is built.
-}
-
-void TRVNewsCtrlView::vRecvCatHeadlineTableRecovery(const CHeadlineTableInfo* /*info*/) {
-    // Rebuilds the category list from a re-sent table once recovery is built.
-}
-
-void TRVNewsCtrlView::vRecvSymHeadlineTableRecovery(const CHeadlineTableInfo* /*info*/) {
-    // Rebuilds the symbol list from a re-sent table once recovery is built.
-}
-
-void TRVNewsCtrlView::vRecvNewsRelateSymbolListRecovery(const CNewsSymlistInfo* /*info*/) {
-    // Goes to the related-symbol quote view once it exists.
-}
-
-void TRVNewsCtrlView::vRecvNewMemory(const CMemoryInfo* /*info*/) {
-    // Quote data for the related-symbol quote view; nothing to do without it.
-}
-
-void TRVNewsCtrlView::vRecvMemoryRecovery(const CMemoryInfo* /*info*/) {
-    // Quote data for the related-symbol quote view; nothing to do without it.
-}
-
-void TRVNewsCtrlView::vRecvMultiSymbolMemoryRecovery(const std::vector<CMemoryInfo>* /*infos*/) {
-    // Quote data for the related-symbol quote view; nothing to do without it.
-}
 
 // ---- Search ----
 
@@ -82,12 +25,6 @@ void TRVNewsCtrlView::ProcessNewSearchHeadline(CSearch& /*condition*/, host::ui:
 void TRVNewsCtrlView::vDoSearchChangeSymbol(const CSearch& /*condition*/, unsigned char /*market*/,
                                             const CString& /*symbolCode*/) {
     // A symbol change re-runs the shown search once search intake is built.
-}
-
-bool TRVNewsCtrlView::bInitialSearchCtrl(TRVCfgIO2* /*cfg*/, const CString& /*section*/, int /*layout1*/,
-                                         int /*layout2*/) {
-    // The saved keywords, recent searches, key sets and warning items load with the dialogs.
-    return false;
 }
 
 // ---- Search dialogs ----

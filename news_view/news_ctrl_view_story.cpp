@@ -123,39 +123,6 @@ void TRVNewsCtrlView::passHeadlineToStory(const CHeadline& headline) {
     }
 }
 
-void TRVNewsCtrlView::passHeadlinesToStory(const std::vector<CHeadlineTable>& entries) {
-    if (bPaneShowsStory() && m_pStoryView != nullptr) {
-        m_pStoryView->RespHeadLine(entries);
-    }
-}
-
-void TRVNewsCtrlView::passStoryToStory(const CHeadlineTable& entry) {
-    if (bPaneShowsStory()) {
-        if (m_pStoryView != nullptr) {
-            m_pStoryView->RespStory(entry);
-        }
-    } else if (m_pNewsStory != nullptr && m_pNewsStory->IsWindowVisible()) {
-        m_pNewsStory->RespStory(entry);
-    }
-}
-
-void TRVNewsCtrlView::passStoryUpdateToStory(const CHeadlineTable* entry) {
-    const bool dialogIsDisplay = !bPaneShowsStory();
-    if (dialogIsDisplay && (m_pNewsStory == nullptr || !m_pNewsStory->IsWindowVisible()) && m_pStoryView == nullptr) {
-        return;
-    }
-    const HeadlineTableList* table = GetTable(m_iCurrFunction);
-    if (entry == nullptr || table == nullptr || !bFindHeadlineTable(*entry, *table)) {
-        return;
-    }
-    // Kept: the window, which every view with a control set has, takes the notice before the pane.
-    if (m_pNewsStory != nullptr) {
-        m_pNewsStory->vStoryUpdateNotify(entry);
-    } else if (m_pStoryView != nullptr) {
-        m_pStoryView->vStoryUpdateNotify(entry);
-    }
-}
-
 host::ui::Window* TRVNewsCtrlView::pGetStoryDialogWnd() const {
     return m_pNewsStory != nullptr ? m_pNewsStory->GetWnd() : nullptr;
 }

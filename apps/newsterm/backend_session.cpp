@@ -18,6 +18,9 @@ namespace {
 
 // Generated news arrives at about two headlines a second at speed 1.
 constexpr double kGeneratedEventsPerSecond = 2.0;
+// The generated link loses one headline in two hundred, which the back end then finds by the
+// gap in the service's numbers: recovery shows in ordinary use.
+constexpr double kGeneratedLossShare = 0.005;
 
 std::string localPath(const QString& path) {
     return QFile::encodeName(path).toStdString();
@@ -37,6 +40,11 @@ BackendSession::BackendSession(const TermOptions& options, UiDispatcher& dispatc
     backendOptions.onNewsDay = [this](unsigned char, int day) {
         if (m_termClock != nullptr) {
             m_termClock->followNewsDay(day);
+        }
+    };
+    backendOptions.onRecovered = [this](std::size_t headlines) {
+        if (m_onRecovered) {
+            m_onRecovered(headlines);
         }
     };
     m_backend = std::make_unique<embedded::EmbeddedBackend>(std::move(backendOptions));
@@ -93,6 +101,7 @@ QStringList BackendSession::start() {
 void BackendSession::startGenerator() {
     embedded::GeneratorFeedOptions generator;
     generator.generator.seed = static_cast<std::uint64_t>(QDateTime::currentSecsSinceEpoch());
+    generator.generator.lossShare = kGeneratedLossShare;
     generator.eventsPerSecond = m_options.speed * kGeneratedEventsPerSecond;
     m_backend->startGenerator(generator);
 }

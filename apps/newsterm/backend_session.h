@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringList>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -66,6 +67,10 @@ public:
     int latestNewsDay();
     // Lines of the replay file that could not be read, once the replay got past them.
     QString replaySummary() const;
+    // Called on the UI thread after every recovery the views were told of (a reconnection, or
+    // headlines fetched again for a gap in their numbers), with the number of headlines it
+    // brought; empty: nobody listens. The listener must outlive the session or be cleared.
+    void setRecoveryListener(std::function<void(std::size_t)> listener) { m_onRecovered = std::move(listener); }
 
 private:
     void startGenerator();
@@ -77,6 +82,7 @@ private:
     bool m_replaying = false;
     bool m_feedFailed = false;
     std::size_t m_feedProblemsTaken = 0;
+    std::function<void(std::size_t)> m_onRecovered;
 };
 
 } // namespace newsterm

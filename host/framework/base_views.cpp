@@ -72,7 +72,11 @@ std::vector<TRVQuoteBaseView*>& liveViews() {
 }
 } // namespace
 
-TRVQuoteBaseView::TRVQuoteBaseView() { liveViews().push_back(this); }
+TRVQuoteBaseView::TRVQuoteBaseView()
+    : m_crBack(CSyncInfo::Get().SYS_crGetOtherColor("COLOR_LISTCTL_BACKGROUND")),
+      m_crStripe(CSyncInfo::Get().SYS_crGetOtherColor("COLOR_LISTCTL_BACKGROUNDSLASH")) {
+    liveViews().push_back(this);
+}
 
 TRVQuoteBaseView::~TRVQuoteBaseView() {
     std::erase(liveViews(), this);
