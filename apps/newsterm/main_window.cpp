@@ -65,29 +65,23 @@ MainWindow::MainWindow(qthost::QtUiHost& ui, BackendSession& session, TermSettin
     buildMenus();
     buildToolbar();
     m_status = new StatusPanel(*statusBar(), m_session, m_language == QStringLiteral("en"));
-    // The window fits the screen it opens on, whatever the scale factor; a restored window
-    // too, when it was saved on a larger screen.
-    fitOnScreen(*this, restoreGeometry(m_settings.windowGeometry()) ? size() : kFirstSize);
-    m_view = std::make_unique<ViewHost>(m_ui, central, kViewClass);
-    m_view->loadSettings(m_settings.layout(), kViewName);
-    m_symbol->setText(m_view->symbolCode());
-    // The link and the source of the news have their permanent place (StatusPanel).
-    if (!m_view->hasView()) {
-        statusBar()->showMessage(text("新聞檢視尚未加入此版本", "The news view is not in this build"));
-    }
+    // The first window fits the screen it opens on, whatever the scale factor; a saved one comes
+    // back as it was.
     if (!restoreGeometry(m_settings.windowGeometry())) {
-        resize(1200, 760);
+        fitOnScreen(*this, kFirstSize);
     }
     m_session.setRecoveryListener([this](std::size_t headlines) { showRecovered(headlines); });
     m_view = std::make_unique<ViewHost>(m_ui, central, kViewClass);
     m_view->loadSettings(m_settings.layout(), kViewName);
     // The host hands the view the user's current symbol: the one of the last session, or on a
-    // first start the market's most followed stock.
+    // first start the market's most followed stock. The box shows what the view then follows.
     const QString symbol = m_settings.symbol().isEmpty() ? QString::fromLatin1(kFirstStartSymbol) : m_settings.symbol();
-    m_symbol->setText(symbol);
     m_view->changeSymbol(qthost::fromQString(symbol));
-    statusBar()->showMessage(m_view->hasView() ? text("新聞即時更新中", "Live news")
-                                               : text("新聞檢視尚未加入此版本", "The news view is not in this build"));
+    m_symbol->setText(m_view->symbolCode().isEmpty() ? symbol : m_view->symbolCode());
+    // The link and the source of the news have their permanent place (StatusPanel).
+    if (!m_view->hasView()) {
+        statusBar()->showMessage(text("新聞檢視尚未加入此版本", "The news view is not in this build"));
+    }
     // The flash line takes the status bar's free width, so the count of the last recovery has a
     // place of its own that no flashed headline covers.
     m_recovered = new QLabel(statusBar());
