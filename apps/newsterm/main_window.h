@@ -63,9 +63,9 @@ private:
     QString m_language;
     std::unique_ptr<ViewHost> m_view;
     std::unique_ptr<FlashLine> m_flash;
-    QLineEdit* m_symbol = nullptr;  // owned by the toolbar
-    QLabel* m_recovered = nullptr;  // owned by the status bar
-    QAction* m_connected = nullptr; // owned by the toolbar
+    QLineEdit* m_symbol = nullptr;   // owned by the toolbar
+    QLabel* m_recovered = nullptr;   // owned by the status bar
+    QAction* m_connected = nullptr;  // owned by the toolbar
     StatusPanel* m_status = nullptr; // owned by the status bar
     bool m_saved = false;
     bool m_awaitingRecovery = false; // reconnected, the recovery has not come yet
