@@ -46,7 +46,7 @@ void Catalog::loadBuiltIn() {
         }
         for (const BuiltinSymbol& sym : b.symbols) {
             if (s.symbolIndex.emplace(symbolKey(sym.code), s.symbols.size()).second) {
-                s.symbols.push_back(Symbol{sym.code, sym.name, sym.category, cp950::toUpper(sym.code)});
+                s.symbols.push_back(Symbol{sym.code, sym.name, boardOf(b.id, sym.code), cp950::toUpper(sym.code)});
             }
         }
     }
@@ -128,7 +128,7 @@ void Catalog::addSymbol(unsigned char service, const CString& code, const CStrin
     Service& s = ensure(service);
     const auto [it, added] = s.symbolIndex.emplace(symbolKey(code), s.symbols.size());
     if (added) {
-        s.symbols.push_back(Symbol{code, name, 0, cp950::toUpper(code)});
+        s.symbols.push_back(Symbol{code, name, boardOf(service, code), cp950::toUpper(code)});
     } else if (s.symbols[it->second].name.empty()) {
         s.symbols[it->second].name = name;
     }
@@ -146,6 +146,35 @@ const Catalog::Symbol* Catalog::symbol(unsigned char service, const CString& cod
     }
     const auto it = s->symbolIndex.find(symbolKey(code));
     return it == s->symbolIndex.end() ? nullptr : &s->symbols[it->second];
+}
+
+std::int32_t Catalog::boardOf(unsigned char service, const CString& code) {
+    constexpr std::int32_t kMainBoard = 1;
+    constexpr std::int32_t kGrowthBoard = 2;
+    constexpr std::int32_t kWarrant = 3;
+    constexpr unsigned char kHongKongService = 22;
+    if (service == kWarrantService) {
+        return kWarrant;
+    }
+    // Hong Kong growth-board stocks are numbered 08001-08999; every other code is main board.
+    if (service == kHongKongService && code.size() == 5 && code.compare(0, 2, "08") == 0) {
+        return kGrowthBoard;
+    }
+    return kMainBoard;
+}
+
+std::vector<const Catalog::Symbol*> Catalog::symbolsByCode(unsigned char service) const {
+    std::vector<const Symbol*> out;
+    const Service* s = this->service(service);
+    if (s == nullptr) {
+        return out;
+    }
+    out.reserve(s->symbols.size());
+    for (const Symbol& symbol : s->symbols) {
+        out.push_back(&symbol);
+    }
+    std::sort(out.begin(), out.end(), [](const Symbol* a, const Symbol* b) { return a->code < b->code; });
+    return out;
 }
 
 std::vector<CString> Catalog::findCandidates(const CString& text, std::size_t limit) const {

@@ -20,6 +20,7 @@ public:
     struct Symbol {
         CString code;
         CString name;
+        // The quote category a quote server gives the symbol (its board): see boardOf().
         std::int32_t category = 0;
         CString upperCode; // the code upper-cased once, for the symbol search of every keystroke
     };
@@ -50,10 +51,16 @@ public:
     const std::vector<unsigned char>& serviceIds() const { return m_order; }
     const Service* service(unsigned char id) const;
     const Symbol* symbol(unsigned char service, const CString& code) const;
+    // The service's symbols ordered by code (byte order), the way symbol lists are shown.
+    std::vector<const Symbol*> symbolsByCode(unsigned char service) const;
     // "[label] code name" candidates for typed text (Latin letters of codes in any case): the
     // exact code, codes starting with the text, names starting with it, then names containing
     // it; catalogue order within each; at most `limit`.
     std::vector<CString> findCandidates(const CString& text, std::size_t limit) const;
+
+    // The quote category of a symbol as a quote server reports it: 1 for a main-board stock,
+    // 2 for a Hong Kong growth-board (GEM, codes 08xxx) stock, 3 for a warrant.
+    static std::int32_t boardOf(unsigned char service, const CString& code);
 
 private:
     Service& ensure(unsigned char id);

@@ -48,6 +48,7 @@ EmbeddedBackend::EmbeddedBackend(EmbeddedBackendOptions options)
     m_ui->connected = m_options.startConnected;
     m_ui->cache.setTableDepth(m_options.tableDepth);
     m_ui->onStoreError = m_options.onStoreError;
+    m_ui->onNewsDay = m_options.onNewsDay;
     m_ui->onRecovered = m_options.onRecovered;
     m_ui->catalog.loadBuiltIn();
     if (!m_options.systemPath.empty()) {
@@ -180,8 +181,20 @@ void EmbeddedBackend::disconnect() {
     ingest({controlEvent(FeedEventKind::Disconnect, 0, now())});
 }
 
-void EmbeddedBackend::startNewDay(unsigned char service) {
-    ingest({controlEvent(FeedEventKind::NewDay, service, now())});
+void EmbeddedBackend::startNewDay(unsigned char service, int day) {
+    FeedEvent e = controlEvent(FeedEventKind::NewDay, service, now());
+    e.day = day;
+    ingest({std::move(e)});
+}
+
+bool EmbeddedBackend::setLanguageFile(const std::string& path) {
+    LanguageTable fresh;
+    if (!fresh.load(path)) {
+        return false;
+    }
+    m_ui->language = std::move(fresh);
+    m_options.languageFile = path;
+    return true;
 }
 
 void EmbeddedBackend::ingest(std::vector<FeedEvent> events) {
@@ -220,6 +233,30 @@ void EmbeddedBackend::startGenerator(GeneratorFeedOptions options) {
     }
     if (options.generator.startTime == 0) {
         options.generator.startTime = now();
+    }
+    // The generator goes on where the news of the current day stopped: on the latest day any
+    // service is on, after the highest number each service used that day.
+    if (options.generator.startDay == 0) {
+        for (const auto& [service, day] : m_ui->cache.currentDays()) {
+            options.generator.startDay = std::max(options.generator.startDay, day);
+        }
+    }
+    if (options.generator.lastSeq.empty()) {
+        for (const auto& [service, day] : m_ui->cache.currentDays()) {
+            if (day != options.generator.startDay) {
+                continue;
+            }
+            std::vector<CHeadlineTable> entries;
+            m_ui->cache.dateTable(service, day, entries);
+            std::int32_t last = 0;
+            for (const CHeadlineTable& e : entries) {
+                last = std::max(last, e.m_iSeqNo);
+            }
+            options.generator.lastSeq[service] = last;
+        }
+    }
+    if (!options.now && options.eventsPerSecond > 0) {
+        options.now = [this] { return now(); };
     }
     Ingest* target = m_ingest.get();
     m_generator.start(std::move(options),

@@ -30,13 +30,14 @@ struct UiState;
 struct EmbeddedBackendOptions {
     std::string dataFolder; // holds the store file
     std::string storeFileName = "news.db";
-    int daysToKeep = 30;                        // calendar days up to the current news day
-    std::string systemPath;                     // folder of Application.ini and NewsService.ini
-    std::string languageFile;                   // UTF-8 KEY=text file; when absent keys show as themselves
-    UiDispatcher* dispatcher = nullptr;         // required; outlives the back end
-    const host::Clock* clock = nullptr;         // "now"; null: the system clock (read on the UI thread only)
-    NewsSubscriptions* subscriptions = nullptr; // null: NewsSubscriptions::instance()
-    std::size_t maxSearchResults = 1000;        // newest first
+    int daysToKeep = 30;                // calendar days up to the current news day
+    std::string systemPath;             // folder of Application.ini and NewsService.ini
+    std::string languageFile;           // UTF-8 KEY=text file; when absent keys show as themselves
+    UiDispatcher* dispatcher = nullptr; // required; outlives the back end
+    // "now"; null: the system clock. A running generator also reads it on its feed thread.
+    const host::Clock* clock = nullptr;
+    NewsSubscriptions* subscriptions = nullptr;             // null: NewsSubscriptions::instance()
+    std::size_t maxSearchResults = 1000;                    // newest first
     std::size_t tableDepth = NewsCache::kDefaultTableDepth; // newest entries of a category or symbol table
     bool startConnected = true;
     bool convertToSimplified = false;
@@ -44,6 +45,9 @@ struct EmbeddedBackendOptions {
     // Called on the UI thread when the store fails to write (a full disk, a file damaged
     // while running); the news keeps arriving in the cache.
     std::function<void(const std::string&)> onStoreError;
+    // Called on the UI thread when a service starts a news day, before any view hears of it:
+    // the host's clock can follow a simulated day.
+    std::function<void(unsigned char service, int day)> onNewsDay;
     // Called on the UI thread after the views were told of a recovery (a reconnection, or
     // headlines fetched again for a gap in their numbers), with the number of headlines it brought.
     std::function<void(std::size_t)> onRecovered;
@@ -76,7 +80,11 @@ public:
     // The toolbar: the link to the (simulated) news server and a new news day.
     void connect();
     void disconnect();
-    void startNewDay(unsigned char service);
+    // day 0: the day after the service's current one, or today when that is later.
+    void startNewDay(unsigned char service, int day = 0);
+    // Reads another language table (a UTF-8 KEY=text file); false, with the table unchanged,
+    // when it cannot be read. Views take the new texts the next time they ask.
+    bool setLanguageFile(const std::string& path);
     // Feeds in the app's own hands; any thread.
     void ingest(std::vector<FeedEvent> events);
 
@@ -85,7 +93,8 @@ public:
     void stopReplay();
     bool waitReplayFinished(std::chrono::milliseconds timeout);
     ReplayReport replayReport() const;
-    // startTime 0: now.
+    // startTime 0: now. startDay 0 and lastSeq empty: the latest current day and the numbers
+    // the cache holds for it. Paced in real time, events are never stamped after the clock.
     void startGenerator(GeneratorFeedOptions options);
     void stopGenerator();
     bool waitGeneratorFinished(std::chrono::milliseconds timeout);

@@ -1,6 +1,7 @@
 // The synchronous look-ups of the embedded back end: cache and catalogue reads on the UI thread.
 #include <cstdlib>
 
+#include "embedded_backend/chinese_text.h"
 #include "embedded_backend/day_math.h"
 #include "embedded_backend/embedded_backend.h"
 #include "embedded_backend/ui_state.h"
@@ -191,8 +192,7 @@ bool EmbeddedBackend::LangIsConvertToSimplified(const unsigned char&) {
 }
 
 bool EmbeddedBackend::LangConvertToSimplifiedChinese(const CString& in, CString& out) {
-    out = in; // no conversion table ships with the embedded back end: texts pass unchanged
-    return false;
+    return toSimplified(in, out);
 }
 
 CString EmbeddedBackend::PathGetSysPath() {
@@ -209,15 +209,14 @@ int EmbeddedBackend::AppInfoGetProductID() {
 
 bool EmbeddedBackend::GetSymbolsByService(unsigned char service, std::vector<CString>& codes,
                                           std::vector<CString>& names, int) {
-    const Catalog::Service* s = m_ui->catalog.service(service);
-    if (s == nullptr) {
+    if (m_ui->catalog.service(service) == nullptr) {
         return false;
     }
     codes.clear();
     names.clear();
-    for (const Catalog::Symbol& symbol : s->symbols) {
-        codes.push_back(symbol.code);
-        names.push_back(symbol.name);
+    for (const Catalog::Symbol* symbol : m_ui->catalog.symbolsByCode(service)) {
+        codes.push_back(symbol->code);
+        names.push_back(symbol->name);
     }
     return true;
 }

@@ -58,6 +58,9 @@ NewsGenerator::NewsGenerator(GeneratorOptions options)
         m_options.headlinesPerSecond = 1;
     }
     m_options.maxSentences = std::max(m_options.maxSentences, m_options.minSentences);
+    for (const auto& [service, last] : m_options.lastSeq) {
+        m_seq[service] = std::max<std::int32_t>(0, last);
+    }
 }
 
 // splitmix64: small, fast and the same everywhere.
@@ -320,7 +323,13 @@ void GeneratorFeed::start(GeneratorFeedOptions options, Sink sink) {
                 if (!m_thread.waitUntil(due)) {
                     return;
                 }
-                sink({generator.next()});
+                FeedEvent e = generator.next();
+                if (options.now) {
+                    // Paced in real time the news is stamped as it goes out: the generator's own
+                    // time only orders it (it runs ahead or behind with the pace).
+                    e.time = options.now();
+                }
+                sink({std::move(e)});
                 continue;
             }
             if (m_thread.stopping()) {

@@ -29,6 +29,9 @@ struct GeneratorOptions {
     int minSentences = 2;                // story length in sentences
     int maxSentences = 6;
     std::size_t wrapBytes = 70; // transport wrapping of stories (0: none)
+    // The highest number each service has already used on the start day: its headlines continue
+    // after it, so a restart on the same day never sends a number twice.
+    std::map<unsigned char, std::int32_t> lastSeq;
 };
 
 // Deterministic Traditional Chinese market news for the built-in services: the same options
@@ -86,8 +89,12 @@ CString renderTemplate(const TextTemplate& text, const std::map<std::string, CSt
 struct GeneratorFeedOptions {
     GeneratorOptions generator;
     double eventsPerSecond = 2.0; // real-time pacing; 0: as fast as possible
-    std::uint64_t maxEvents = 0;  // 0: until stopped
-    std::size_t batchSize = 256;  // events per hand-over when running as fast as possible
+    // With real-time pacing: the clock the news is stamped by, as each event goes out, so no
+    // event carries a time after it however fast the generator runs. Read on the feed thread.
+    // Null: the generator's own virtual time.
+    std::function<std::int64_t()> now;
+    std::uint64_t maxEvents = 0; // 0: until stopped
+    std::size_t batchSize = 256; // events per hand-over when running as fast as possible
 };
 
 // Runs a generator on its own thread and hands its events to a sink in order.

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "embedded_backend/chinese_text.h"
 #include "embedded_backend/day_math.h"
 #include "embedded_backend/json.h"
 #include "host/text/cp950.h"
@@ -32,6 +33,9 @@ bool integerField(const JsonValue& object, const char* name, long long low, long
     return true;
 }
 
+// Characters without a code page 950 form met by the line being parsed on this thread.
+thread_local std::size_t t_replacedCharacters = 0;
+
 bool textField(const JsonValue& object, const char* name, bool required, std::string& out, std::string& error) {
     const JsonValue* v = object.find(name);
     if (v == nullptr) {
@@ -44,7 +48,9 @@ bool textField(const JsonValue& object, const char* name, bool required, std::st
         error = std::string("\"") + name + "\" must be a string";
         return false;
     }
-    out = cp950::fromUtf8(v->stringValue());
+    Big5Text converted = toBig5(v->stringValue());
+    t_replacedCharacters += converted.replaced;
+    out = std::move(converted.text);
     return true;
 }
 
@@ -76,7 +82,9 @@ bool symbolsField(const JsonValue& object, unsigned char service, std::vector<CS
         CSymbolInfo s;
         s.m_byMarket = service;
         if (item.isString()) {
-            s.m_strCode = cp950::fromUtf8(item.stringValue());
+            Big5Text code = toBig5(item.stringValue());
+            t_replacedCharacters += code.replaced;
+            s.m_strCode = std::move(code.text);
         } else if (item.isObject()) {
             long long market = service;
             if (!textField(item, "code", true, s.m_strCode, error) ||
@@ -99,10 +107,23 @@ bool symbolsField(const JsonValue& object, unsigned char service, std::vector<CS
     return true;
 }
 
+LineStatus parseLine(std::string_view line, std::int64_t baseTime, FeedEvent& event, double& at, std::string& error);
+
 } // namespace
 
 LineStatus parseReplayLine(std::string_view line, std::int64_t baseTime, FeedEvent& event, double& at,
-                           std::string& error) {
+                           std::string& error, std::size_t* replaced) {
+    t_replacedCharacters = 0;
+    const LineStatus status = parseLine(line, baseTime, event, at, error);
+    if (replaced != nullptr) {
+        *replaced = status == LineStatus::Event ? t_replacedCharacters : 0;
+    }
+    return status;
+}
+
+namespace {
+
+LineStatus parseLine(std::string_view line, std::int64_t baseTime, FeedEvent& event, double& at, std::string& error) {
     while (!line.empty() && (line.back() == '\r' || line.back() == ' ' || line.back() == '\t')) {
         line.remove_suffix(1);
     }
@@ -198,6 +219,8 @@ LineStatus parseReplayLine(std::string_view line, std::int64_t baseTime, FeedEve
     return LineStatus::Event;
 }
 
+} // namespace
+
 bool ReplayFeed::start(ReplayOptions options, Sink sink, std::string* error) {
     stop();
     std::ifstream file(options.path, std::ios::binary);
@@ -243,10 +266,12 @@ void ReplayFeed::run(const ReplayOptions& options, const Sink& sink, std::string
         FeedEvent event;
         double at = 0;
         std::string error;
-        const LineStatus status = parseReplayLine(line, options.baseTime, event, at, error);
+        std::size_t replaced = 0;
+        const LineStatus status = parseReplayLine(line, options.baseTime, event, at, error, &replaced);
         {
             std::lock_guard lock(m_mutex);
             m_report.lines = lineNumber;
+            m_report.replacedCharacters += replaced;
             if (status == LineStatus::Bad) {
                 m_report.errors.push_back(ReplayLineError{lineNumber, error});
             }

@@ -28,16 +28,18 @@ struct ReplayReport {
     std::size_t lines = 0;  // lines read, blank ones included
     std::size_t events = 0; // events handed over
     std::vector<ReplayLineError> errors;
-    bool finished = false; // the whole file was read
+    std::size_t replacedCharacters = 0; // characters of used lines without a code page 950 form
+    bool finished = false;              // the whole file was read
 };
 
 enum class LineStatus { Event, Blank, Bad };
 
 // Parses one line of a replay file (see docs/feed-format.md). `at` receives the offset in
 // seconds; times in the event are baseTime + offset. Texts are converted from UTF-8 to code
-// page 950. On Bad, error says why and event is unspecified.
+// page 950 (Simplified Chinese to Traditional first, see toBig5); `replaced` receives how many
+// characters had no code page 950 form. On Bad, error says why and event is unspecified.
 LineStatus parseReplayLine(std::string_view line, std::int64_t baseTime, FeedEvent& event, double& at,
-                           std::string& error);
+                           std::string& error, std::size_t* replaced = nullptr);
 
 // Replays a recorded JSON Lines file on its own thread at a chosen speed. A bad line is
 // reported with its number and skipped; every other event is handed over in file order.

@@ -107,6 +107,9 @@ void UiState::applyDay(const DayChange& d, bool recovering, Recovery& recovery) 
     catalog.addService(d.service);
     cache.setCurrentDay(d.service, d.day);
     cache.dropBefore(d.service, d.keepFrom);
+    if (onNewsDay) {
+        onNewsDay(d.service, d.day);
+    }
     const CMarketStatus status{d.service, d.day};
     if (recovering) {
         recovery.days.push_back(status);

@@ -26,6 +26,7 @@ struct UiState {
     bool connected = true;
     std::string storeError;
     std::function<void(const std::string&)> onStoreError;
+    std::function<void(unsigned char service, int day)> onNewsDay; // before the views hear of it
     // Called after a recovery was announced, with the number of headlines it brought.
     std::function<void(std::size_t)> onRecovered;
 

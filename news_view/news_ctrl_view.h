@@ -72,6 +72,9 @@ public:
     void ChangeSymbol(const TRVQuoteBaseView* sender, unsigned char group, unsigned char service, const CString& code,
                       const CString& name) override;
     void GetCurrSymbolInfo(unsigned char& service, CString& code) override;
+    // The code of the symbol the view follows, whatever the mode (for the host's symbol box):
+    // the one it was given or chose, else the symbol combo's restored selection.
+    CString newsSymbolCode() const { return m_strNewsSymbolCode.empty() ? selectedSymbolCode() : m_strNewsSymbolCode; }
     void vDoSymbolUpdate(const std::vector<CSymbolUpdateInfo>& updates) override;
     void vReRegisterSymbols() override;
     void vUnregisterViewSymbol() override;

@@ -1,8 +1,11 @@
 #include "adapters/qt/controls_combo.h"
 
+#include <QAbstractItemView>
 #include <QComboBox>
 #include <QPainter>
+#include <QScrollBar>
 #include <QStyledItemDelegate>
+#include <algorithm>
 
 #include "adapters/qt/convert.h"
 #include "adapters/qt/text_codec.h"
@@ -54,6 +57,7 @@ public:
         if (m_window != nullptr) {
             m_window->onPopupShown();
         }
+        fitListToItems();
         QComboBox::showPopup();
     }
     void hidePopup() override {
@@ -64,6 +68,20 @@ public:
     }
 
 private:
+    // The open list is as wide as its longest text (never narrower than the box), whatever the
+    // box's own width and the screen's scale: the module sizes the box for its usual texts.
+    void fitListToItems() {
+        QAbstractItemView* list = view();
+        const QFontMetrics metrics(list->font());
+        int widest = 0;
+        for (int i = 0; i < count(); ++i) {
+            widest = std::max(widest, metrics.horizontalAdvance(itemText(i)));
+        }
+        const int chrome = list->verticalScrollBar()->sizeHint().width() + 2 * list->frameWidth() +
+                           metrics.averageCharWidth() * 3; // item padding and a little air
+        list->setMinimumWidth(std::max(width(), widest + chrome));
+    }
+
     QtComboBox* m_window = nullptr; // owns this widget's window object through the anchor
 };
 

@@ -19,7 +19,15 @@ constexpr std::size_t kMaxRowsMarkedOneByOne = 64;
 
 } // namespace
 
-SheetModel::SheetModel(QObject* parent) : QAbstractTableModel(parent) {}
+SheetModel::SheetModel(QObject* parent) : QAbstractTableModel(parent) {
+    m_publishTimer.setSingleShot(true);
+    m_publishTimer.setTimerType(Qt::PreciseTimer);
+    connect(&m_publishTimer, &QTimer::timeout, this, [this] {
+        if (m_publishScheduled) {
+            publish();
+        }
+    });
+}
 
 int SheetModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : m_viewRows;
@@ -96,9 +104,28 @@ void SheetModel::schedulePublish() {
         return;
     }
     m_publishScheduled = true;
+    const qint64 since = m_sincePublish.isValid() ? m_sincePublish.elapsed() : kPublishIntervalMs;
+    if (since < kPublishIntervalMs) {
+        // Published a moment ago: this change waits with any others for the next beat.
+        m_publishTimer.start(static_cast<int>(kPublishIntervalMs - since));
+        return;
+    }
     // A posted call runs before the paint request of this turn, which Qt posts at low priority.
     QMetaObject::invokeMethod(
-        this, [this] { publish(); }, Qt::QueuedConnection);
+        this,
+        [this] {
+            if (m_publishScheduled) {
+                publish();
+            }
+        },
+        Qt::QueuedConnection);
+}
+
+void SheetModel::invalidateAll() {
+    if (m_rows.size() != 0) {
+        markDirty(0);
+        markDirty(m_rows.size() - 1);
+    }
 }
 
 void SheetModel::markDirty(std::size_t row) {
@@ -115,6 +142,18 @@ void SheetModel::markDirty(std::size_t row) {
 
 void SheetModel::publish() {
     m_publishScheduled = false;
+    m_publishTimer.stop();
+    m_sincePublish.start();
+    if (beforePublish) {
+        beforePublish();
+    }
+    publishChanges();
+    if (afterPublish) {
+        afterPublish();
+    }
+}
+
+void SheetModel::publishChanges() {
     const bool structural = m_resetPending || !m_pending.empty();
     if (m_resetPending || m_pending.size() > kMaxReplayedChanges) {
         beginResetModel();

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <QElapsedTimer>
+#include <QTimer>
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -36,8 +39,17 @@ public:
     // Module row of a view row; empty when that row was deleted since the last publish.
     std::optional<std::size_t> moduleRow(int viewRow) const;
     bool hasPendingChanges() const { return !m_pending.empty() || m_resetPending || m_dirty; }
-    // Tells the view about every change made since the last publish.
+    // Tells the view about every change made since the last publish. Changes are published
+    // at most once per kPublishIntervalMs (the first after a quiet spell in the next turn of
+    // the event loop), so a stream of pushes repaints the grid a few times a second, not once
+    // per push.
     void publish();
+    static constexpr int kPublishIntervalMs = 100;
+    // Called right before and after a publish tells the view (the grid keeps its rows in view).
+    std::function<void()> beforePublish;
+    std::function<void()> afterPublish;
+    // Repaints every visible row at the next publish.
+    void invalidateAll();
 
     // --- The module's side ---
     std::size_t rows() const { return m_rows.size(); }
@@ -83,6 +95,7 @@ private:
         std::size_t count;
     };
     void record(Change change);
+    void publishChanges();
     void schedulePublish();
     void markDirty(std::size_t row);
     void afterInsert(std::size_t row, std::size_t count);
@@ -97,6 +110,8 @@ private:
     std::vector<Change> m_pending;
     bool m_resetPending = false;
     bool m_publishScheduled = false;
+    QElapsedTimer m_sincePublish;
+    QTimer m_publishTimer;
     bool m_dirty = false;
     std::size_t m_dirtyFirst = 0;
     std::size_t m_dirtyLast = 0;

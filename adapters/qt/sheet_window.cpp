@@ -8,6 +8,7 @@
 #include <QScrollBar>
 #include <QTableView>
 #include <algorithm>
+#include <climits>
 
 #include "adapters/qt/convert.h"
 #include "adapters/qt/key_codes.h"
@@ -132,7 +133,55 @@ QtSheet::QtSheet(QWidget* parent, int id) : WindowImpl(new SheetView(parent), id
     // The bar announces a user's action (a drag, a click, a wheel turn) just before it moves.
     QObject::connect(vbar, &QScrollBar::actionTriggered, view, [this](int) { m_sliderAction = true; });
     QObject::connect(vbar, &QScrollBar::valueChanged, view, [this] { onScrolled(); });
+    m_model->beforePublish = [this] { rememberRowsInView(); };
+    m_model->afterPublish = [this] { keepRowsInView(); };
     applyStyleSheet();
+}
+
+void QtSheet::requestRepaint() {
+    m_model->invalidateAll();
+}
+void QtSheet::repaintNow() {
+    m_model->invalidateAll();
+}
+
+void QtSheet::rememberRowsInView() {
+    m_anchorRow.reset();
+    m_keepFocusRowInView = false;
+    const QTableView& view = tableView();
+    const int top = view.verticalScrollBar()->value();
+    const std::optional<std::size_t> first = m_model->moduleRow(top);
+    if (!first) {
+        return;
+    }
+    if (top > 0) {
+        m_anchorRow = first;
+        return;
+    }
+    // At the top new rows show; a focused row being read is only kept on screen.
+    const int focus = m_model->focusRow();
+    m_keepFocusRowInView = view.hasFocus() && focus >= 0;
+}
+
+void QtSheet::keepRowsInView() {
+    QScrollBar* bar = tableView().verticalScrollBar();
+    int target = bar->value();
+    if (m_anchorRow) {
+        target = static_cast<int>(std::min<std::size_t>(*m_anchorRow, static_cast<std::size_t>(INT_MAX)));
+    } else if (m_keepFocusRowInView) {
+        const int page = std::max(1, iGetRowsPerPage());
+        const int focus = m_model->focusRow();
+        if (focus >= page) {
+            target = focus - page + 1; // the row read stays, at the bottom of the page
+        }
+    }
+    m_anchorRow.reset();
+    m_keepFocusRowInView = false;
+    if (target != bar->value()) {
+        // The bar's range follows the new row count only after a layout; do it now.
+        tableView().doItemsLayout();
+        bar->setValue(std::min(target, bar->maximum()));
+    }
 }
 
 QTableView& QtSheet::tableView() const {

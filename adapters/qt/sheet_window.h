@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "adapters/qt/window_core.h"
 #include "host/ui/sheet.h"
 
@@ -13,6 +15,12 @@ class SheetView;
 // The host's grid on a QTableView over a SheetModel. Rows have one fixed height and the
 // vertical header is hidden: nothing is ever measured per row, so a million rows scroll,
 // insert and paint like a hundred.
+//
+// Repaints are paced: the model publishes changes at most every
+// SheetModel::kPublishIntervalMs, and invalidate()/update() wait for that beat too, so a stream
+// of pushes costs a few repaints a second. While the user is scrolled away from the top or is
+// reading a row, rows inserted above do not move the rows in view; at the top new rows show, and
+// a focused row being read is kept on screen.
 //
 // Input: the grid handles its navigation keys itself (Up, Down, Page Up, Page Down, Home,
 // End, Left, Right, also when the module sends them) and passes every other key to its
@@ -90,6 +98,13 @@ private:
     bool filterEvent(QObject* watched, QEvent* event) override;
     void applyStyleSheet();
     QWidget* paintTarget() const override;
+    // Repaints wait for the model's next publish, with the rows that changed.
+    void requestRepaint() override;
+    void repaintNow() override;
+    // Rows arriving above keep the rows in view where they are while the user is scrolled away
+    // from the top; at the top they show, and the focus row of a focused grid stays on screen.
+    void rememberRowsInView();
+    void keepRowsInView();
     void onSizeChanged(QSize size) override;
 
     SheetModel* m_model; // child of the view
@@ -97,7 +112,9 @@ private:
     COLORREF m_headerForeground = host::ui::RGB(255, 255, 160);
     COLORREF m_frameColor = host::ui::RGB(96, 96, 96);
     COLORREF m_evenBackground = host::ui::RGB(0, 0, 0);
-    int m_userScroll = 0; // > 0 while the user's action moves the rows
+    int m_userScroll = 0;                   // > 0 while the user's action moves the rows
+    std::optional<std::size_t> m_anchorRow; // module row at the top before a publish
+    bool m_keepFocusRowInView = false;      // at the top, reading: the focus row stays on screen
     bool m_sliderAction = false;
 };
 

@@ -211,11 +211,18 @@ bool WindowCore::hasFocus() const {
     return focus != nullptr && nearest(focus) == this;
 }
 
-void WindowCore::invalidate(bool /*erase*/) {
+void WindowCore::requestRepaint() {
     paintTarget()->update();
 }
-void WindowCore::update() {
+void WindowCore::repaintNow() {
     paintTarget()->repaint();
+}
+
+void WindowCore::invalidate(bool /*erase*/) {
+    requestRepaint();
+}
+void WindowCore::update() {
+    repaintNow();
 }
 void WindowCore::setRedraw(bool redraw) {
     m_widget->setUpdatesEnabled(redraw);

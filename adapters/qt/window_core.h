@@ -134,6 +134,10 @@ protected:
     void watch(QObject* object);
     // A size change of the widget: WM_SIZE to the handler; the grid also tells its parent.
     virtual void onSizeChanged(QSize size);
+    // How invalidate() and update() reach the screen: at the next paint, and at once. A
+    // window that coalesces its repaints (the grid) takes both through its own pacing.
+    virtual void requestRepaint();
+    virtual void repaintNow();
     // The widget whose updates invalidate() and update() trigger (a scroll area's viewport).
     virtual QWidget* paintTarget() const { return m_widget; }
     // Kept so that text() answers the exact bytes set, which Unicode cannot always carry back.

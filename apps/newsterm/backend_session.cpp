@@ -4,7 +4,10 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <algorithm>
 
+#include "apps/newsterm/term_clock.h"
+#include "embedded_backend/day_math.h"
 #include "embedded_backend/embedded_backend.h"
 #include "host/backend/bk_quote_interface.h"
 #include "host/backend/search_control.h"
@@ -26,7 +29,7 @@ std::string localPath(const QString& path) {
 } // namespace
 
 BackendSession::BackendSession(const TermOptions& options, UiDispatcher& dispatcher, const host::Clock& clock)
-    : m_options(options) {
+    : m_options(options), m_clock(clock) {
     embedded::EmbeddedBackendOptions backendOptions;
     backendOptions.dataFolder = localPath(options.dataDir);
     backendOptions.systemPath = localPath(QDir::cleanPath(options.resourcesDir));
@@ -34,6 +37,11 @@ BackendSession::BackendSession(const TermOptions& options, UiDispatcher& dispatc
         localPath(options.resourcesDir + QStringLiteral("/lang/") + options.language + QStringLiteral(".lang"));
     backendOptions.dispatcher = &dispatcher;
     backendOptions.clock = &clock;
+    backendOptions.onNewsDay = [this](unsigned char, int day) {
+        if (m_termClock != nullptr) {
+            m_termClock->followNewsDay(day);
+        }
+    };
     backendOptions.onRecovered = [this](std::size_t headlines) {
         if (m_onRecovered) {
             m_onRecovered(headlines);
@@ -68,6 +76,10 @@ QStringList BackendSession::start() {
                             .arg(m_options.dataDir, QString::fromStdString(opened.message));
         }
     }
+    // A news day stored by an earlier session (a simulated new day) sets the clock again.
+    if (m_termClock != nullptr) {
+        m_termClock->followNewsDay(latestNewsDay());
+    }
     if (!m_options.feedFile.isEmpty()) {
         embedded::ReplayOptions replay;
         replay.path = localPath(m_options.feedFile);
@@ -77,8 +89,10 @@ QStringList BackendSession::start() {
             m_replaying = true;
             return problems;
         }
-        problems << QStringLiteral("The feed file %1 cannot be replayed (%2); showing generated news instead.")
+        m_feedFailed = true;
+        problems << QStringLiteral("The feed file %1 cannot be replayed: %2")
                         .arg(m_options.feedFile, QString::fromStdString(error));
+        return problems;
     }
     startGenerator();
     return problems;
@@ -90,6 +104,11 @@ void BackendSession::startGenerator() {
     generator.generator.lossShare = kGeneratedLossShare;
     generator.eventsPerSecond = m_options.speed * kGeneratedEventsPerSecond;
     m_backend->startGenerator(generator);
+}
+
+bool BackendSession::setLanguage(const QString& language) {
+    return m_backend->setLanguageFile(
+        localPath(m_options.resourcesDir + QStringLiteral("/lang/") + language + QStringLiteral(".lang")));
 }
 
 bool BackendSession::isConnected() const {
@@ -104,12 +123,49 @@ void BackendSession::setConnected(bool connected) {
     }
 }
 
-void BackendSession::startNewDay() {
+int BackendSession::latestNewsDay() {
+    std::vector<unsigned char> services;
+    m_backend->BKQNEWS_bGetAllNewsService(services);
+    int latest = 0;
+    for (const unsigned char service : services) {
+        latest =
+            std::max(latest, embedded::parseDayText(m_backend->BKQNEWS_cszGetCurrDateByService(service)).value_or(0));
+    }
+    return latest;
+}
+
+int BackendSession::startNewDay() {
+    // Every service moves to the same day, so that one date shows all of the day's news.
+    const int today = embedded::localDayOf(m_clock.now());
+    const int latest = latestNewsDay();
+    const int day = latest == 0 ? today : std::max(embedded::addDays(latest, 1), today);
     std::vector<unsigned char> services;
     m_backend->BKQNEWS_bGetAllNewsService(services);
     for (const unsigned char service : services) {
-        m_backend->startNewDay(service);
+        m_backend->startNewDay(service, day);
     }
+    return day;
+}
+
+std::size_t BackendSession::replacedCharacters() const {
+    return m_replaying ? m_backend->replayReport().replacedCharacters : 0;
+}
+
+QString BackendSession::feedName() const {
+    return m_replaying ? QFileInfo(m_options.feedFile).fileName() : QString();
+}
+
+std::vector<FeedLineProblem> BackendSession::takeFeedProblems() {
+    std::vector<FeedLineProblem> out;
+    if (!m_replaying) {
+        return out;
+    }
+    const embedded::ReplayReport report = m_backend->replayReport();
+    for (std::size_t i = m_feedProblemsTaken; i < report.errors.size(); ++i) {
+        out.push_back(FeedLineProblem{report.errors[i].line, QString::fromStdString(report.errors[i].message)});
+    }
+    m_feedProblemsTaken = report.errors.size();
+    return out;
 }
 
 QString BackendSession::replaySummary() const {
@@ -117,14 +173,19 @@ QString BackendSession::replaySummary() const {
         return {};
     }
     const embedded::ReplayReport report = m_backend->replayReport();
-    if (report.errors.empty()) {
-        return {};
+    QStringList parts;
+    if (!report.errors.empty()) {
+        const embedded::ReplayLineError& first = report.errors.front();
+        parts << QStringLiteral("%1 line(s) of the feed file were skipped; the first, line %2: %3")
+                     .arg(report.errors.size())
+                     .arg(first.line)
+                     .arg(QString::fromStdString(first.message));
     }
-    const embedded::ReplayLineError& first = report.errors.front();
-    return QStringLiteral("%1 line(s) of the feed file were skipped; the first, line %2: %3")
-        .arg(report.errors.size())
-        .arg(first.line)
-        .arg(QString::fromStdString(first.message));
+    if (report.replacedCharacters > 0) {
+        parts << QStringLiteral("%1 character(s) of the feed file have no Big5 form and show as \u25A1")
+                     .arg(report.replacedCharacters);
+    }
+    return parts.join(QStringLiteral("; "));
 }
 
 } // namespace newsterm

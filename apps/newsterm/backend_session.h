@@ -2,8 +2,10 @@
 
 #include <QString>
 #include <QStringList>
+#include <cstddef>
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "apps/newsterm/term_options.h"
 
@@ -17,6 +19,14 @@ class EmbeddedBackend;
 
 namespace newsterm {
 
+class TermClock;
+
+// A line of the replayed file that could not be used.
+struct FeedLineProblem {
+    std::size_t line = 0;
+    QString reason;
+};
+
 // The embedded back end as the terminal runs it: the store in the data folder, the system
 // folder and language table from the resources, a replay or the generator as the feed. It is
 // installed as the process's back end for as long as the session lives.
@@ -28,16 +38,33 @@ public:
     BackendSession(const BackendSession&) = delete;
     BackendSession& operator=(const BackendSession&) = delete;
 
+    // Makes the terminal's clock follow the back end's news day (from the store at start, then
+    // every new day). Call before start(); the clock outlives the session.
+    void followNewsDays(TermClock& clock) { m_termClock = &clock; }
     // Opens the store and starts the feed. What went wrong but still lets the terminal run
-    // (an unusable data folder or store: live news only; a bad feed file: generated news)
-    // comes back as messages for the user.
+    // (an unusable data folder or store: live news only) comes back as messages for the
+    // user. A feed file that cannot be replayed is a message too, and feedFailed() is then
+    // true: the terminal must not pass generated news off as the file's.
     QStringList start();
+    bool feedFailed() const { return m_feedFailed; }
+    // Generated news (no feed file); the replayed file's name otherwise.
+    bool isGenerated() const { return !m_replaying; }
+    QString feedName() const;
+    // Lines of the replay file found unusable since the last call, in file order.
+    std::vector<FeedLineProblem> takeFeedProblems();
+    // Characters of the replayed file shown as the replacement mark (no code page 950 form).
+    std::size_t replacedCharacters() const;
 
     embedded::EmbeddedBackend& backend() { return *m_backend; }
+    // Switches the back end's language texts (zh-TW or en); false when the table is missing.
+    bool setLanguage(const QString& language);
     bool isConnected() const;
     void setConnected(bool connected);
-    // Starts a new news day on every service.
-    void startNewDay();
+    // Starts a new news day on every service: the day after the latest one, or today when that
+    // is later. Returns that day (yyyymmdd).
+    int startNewDay();
+    // The latest current news day of all services (yyyymmdd), 0 when none.
+    int latestNewsDay();
     // Lines of the replay file that could not be read, once the replay got past them.
     QString replaySummary() const;
     // Called on the UI thread after every recovery the views were told of (a reconnection, or
@@ -49,8 +76,12 @@ private:
     void startGenerator();
 
     TermOptions m_options;
+    const host::Clock& m_clock;
+    TermClock* m_termClock = nullptr;
     std::unique_ptr<embedded::EmbeddedBackend> m_backend;
     bool m_replaying = false;
+    bool m_feedFailed = false;
+    std::size_t m_feedProblemsTaken = 0;
     std::function<void(std::size_t)> m_onRecovered;
 };
 

@@ -14,6 +14,9 @@
 #include "apps/newsterm/backend_session.h"
 #include "apps/newsterm/main_window.h"
 #include "apps/newsterm/problem_report.h"
+#include "apps/newsterm/qt_translation.h"
+#include "apps/newsterm/quit_signals.h"
+#include "apps/newsterm/term_clock.h"
 #include "apps/newsterm/term_options.h"
 #include "apps/newsterm/term_settings.h"
 #include "host/framework/host_context.h"
@@ -34,33 +37,45 @@ void ensureRuntimeDir(QTemporaryDir& fallback) {
     }
 }
 
-// Grabs the window into a PNG and ends the program.
+// Grabs the window into a PNG and ends the program; a screenshot that cannot be written
+// makes the exit status 1.
 void screenshotAndQuit(QWidget& window, const QString& path) {
+    int status = 0;
     if (!path.isEmpty()) {
         if (window.grab().save(path, "PNG")) {
             std::fprintf(stderr, "newsterm: screenshot saved to %s\n", qUtf8Printable(path));
         } else {
             std::fprintf(stderr, "newsterm: cannot write the screenshot %s\n", qUtf8Printable(path));
+            status = 1;
         }
     }
     window.close();
-    QApplication::quit();
+    QApplication::exit(status);
+}
+
+// The command line is read before any window system is needed, so that --help, --version
+// and a bad option work without a display.
+newsterm::ParsedOptions readCommandLine(int argc, char** argv) {
+    QCoreApplication core(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("newsterm"));
+    return newsterm::parseTermOptions(QCoreApplication::arguments());
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
+    const newsterm::ParsedOptions parsed = readCommandLine(argc, argv);
+    if (!parsed.options) {
+        std::fprintf(parsed.failed ? stderr : stdout, parsed.failed ? "newsterm: %s\n" : "%s\n",
+                     qUtf8Printable(parsed.message));
+        return parsed.failed ? 2 : 0;
+    }
+    newsterm::TermOptions options = *parsed.options;
+
     QTemporaryDir runtimeDir(QDir::tempPath() + QStringLiteral("/newsterm-runtime-XXXXXX"));
     ensureRuntimeDir(runtimeDir);
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("newsterm"));
-
-    const newsterm::ParsedOptions parsed = newsterm::parseTermOptions(QApplication::arguments());
-    if (!parsed.options) {
-        std::fprintf(parsed.failed ? stderr : stdout, "%s\n", qUtf8Printable(parsed.message));
-        return parsed.failed ? 2 : 0;
-    }
-    newsterm::TermOptions options = *parsed.options;
 
     newsterm::TermSettings settings(newsterm::TermSettings::defaultPath());
     if (const QString problem = settings.load(); !problem.isEmpty()) {
@@ -68,6 +83,10 @@ int main(int argc, char** argv) {
     }
     if (!options.languageGiven && !settings.language().isEmpty()) {
         options.language = settings.language();
+    }
+    if (!newsterm::useQtTranslation(options.language)) {
+        newsterm::reportProblem(nullptr, QStringLiteral("Language"),
+                                QStringLiteral("Qt's own texts are not translated (package qt6-translations-l10n)."));
     }
 
     const QString family = QString::fromLatin1(qthost::kDefaultFontFamily);
@@ -93,16 +112,28 @@ int main(int argc, char** argv) {
 
     // The host services every view reaches through the host context.
     qthost::QtUiDispatcher dispatcher;
-    qthost::WallClock clock;
+    qthost::WallClock wallClock;
+    // "Today" follows the news day, also a simulated one (see TermClock).
+    newsterm::TermClock clock(wallClock);
     qthost::QtUiHost ui;
     host::HostContext::current() = host::HostContext{&ui, &clock, &dispatcher};
 
     int status = 0;
     {
         newsterm::BackendSession session(options, dispatcher, clock);
+        session.followNewsDays(clock);
         const QStringList problems = session.start();
+        if (session.feedFailed()) {
+            for (const QString& problem : problems) {
+                std::fprintf(stderr, "newsterm: %s\n", qUtf8Printable(problem));
+            }
+            host::HostContext::current() = host::HostContext{};
+            return 1;
+        }
         RegisterNewsModule();
         newsterm::MainWindow window(ui, session, settings, options.language);
+        // Stopped by the system or with Ctrl+C, the terminal closes like a closed window.
+        const newsterm::QuitSignals quitSignals([&window](int) { window.close(); });
         window.show();
         for (const QString& problem : problems) {
             newsterm::reportProblem(&window, QStringLiteral("News"), problem);

@@ -21,8 +21,11 @@
 #include "apps/newsterm/color_scheme.h"
 #include "apps/newsterm/flash_line.h"
 #include "apps/newsterm/problem_report.h"
+#include "apps/newsterm/qt_translation.h"
+#include "apps/newsterm/status_panel.h"
 #include "apps/newsterm/term_settings.h"
 #include "apps/newsterm/view_host.h"
+#include "apps/newsterm/window_fit.h"
 #include "host/framework/sync_info.h"
 #include "news_view/news_ctrl_view.h"
 #include "news_view/news_ids.h"
@@ -33,6 +36,7 @@ namespace {
 constexpr const char* kViewClass = "TRVNewsCtrlView";
 constexpr const char* kViewName = "News";
 constexpr int kStatusMessageMs = 5000;
+constexpr QSize kFirstSize(1200, 760);
 constexpr const char* kFirstStartSymbol = "2330";
 // How long the terminal waits for the first headlines before it stops looking for a story to open on.
 constexpr int kFirstStoryAttempts = 40;
@@ -50,8 +54,9 @@ TRVNewsCtrlView* newsView() {
 
 MainWindow::MainWindow(qthost::QtUiHost& ui, BackendSession& session, TermSettings& settings, QString language)
     : m_ui(ui), m_session(session), m_settings(settings), m_language(std::move(language)) {
-    setWindowTitle(text("新聞終端機", "News terminal"));
-    resize(1200, 760);
+    // Generated news is never mistaken for the market's.
+    setWindowTitle(m_session.isGenerated() ? text("新聞終端機（模擬新聞）", "News terminal (generated news)")
+                                           : text("新聞終端機", "News terminal"));
     auto* central = new QWidget(this);
     central->setObjectName(QStringLiteral("newsViewArea"));
     setCentralWidget(central);
@@ -59,19 +64,24 @@ MainWindow::MainWindow(qthost::QtUiHost& ui, BackendSession& session, TermSettin
     setSchemeColors(schemeFromName(m_settings.colorScheme()));
     buildMenus();
     buildToolbar();
+    m_status = new StatusPanel(*statusBar(), m_session, m_language == QStringLiteral("en"));
+    // The first window fits the screen it opens on, whatever the scale factor; a saved one comes
+    // back as it was.
     if (!restoreGeometry(m_settings.windowGeometry())) {
-        resize(1200, 760);
+        fitOnScreen(*this, kFirstSize);
     }
     m_session.setRecoveryListener([this](std::size_t headlines) { showRecovered(headlines); });
     m_view = std::make_unique<ViewHost>(m_ui, central, kViewClass);
     m_view->loadSettings(m_settings.layout(), kViewName);
     // The host hands the view the user's current symbol: the one of the last session, or on a
-    // first start the market's most followed stock.
+    // first start the market's most followed stock. The box shows what the view then follows.
     const QString symbol = m_settings.symbol().isEmpty() ? QString::fromLatin1(kFirstStartSymbol) : m_settings.symbol();
-    m_symbol->setText(symbol);
     m_view->changeSymbol(qthost::fromQString(symbol));
-    statusBar()->showMessage(m_view->hasView() ? text("新聞即時更新中", "Live news")
-                                               : text("新聞檢視尚未加入此版本", "The news view is not in this build"));
+    m_symbol->setText(m_view->symbolCode().isEmpty() ? symbol : m_view->symbolCode());
+    // The link and the source of the news have their permanent place (StatusPanel).
+    if (!m_view->hasView()) {
+        statusBar()->showMessage(text("新聞檢視尚未加入此版本", "The news view is not in this build"));
+    }
     // The flash line takes the status bar's free width, so the count of the last recovery has a
     // place of its own that no flashed headline covers.
     m_recovered = new QLabel(statusBar());
@@ -194,6 +204,7 @@ void MainWindow::buildToolbar() {
     connect(m_connected, &QAction::toggled, this, [this](bool on) {
         m_awaitingRecovery = on;
         m_session.setConnected(on);
+        m_status->refresh();
         m_connected->setText(on ? text("連線中", "Connected") : text("已斷線", "Disconnected"));
         // While down the message stays; the recovery after a reconnection replaces it.
         statusBar()->showMessage(on ? text("已重新連線，補回斷線期間的新聞…", "Reconnected; recovering missed news...")
@@ -201,8 +212,13 @@ void MainWindow::buildToolbar() {
                                  on ? kStatusMessageMs : 0);
     });
     bar->addAction(text("新的新聞日", "New news day"), this, [this] {
-        m_session.startNewDay();
-        statusBar()->showMessage(text("已開始新的新聞日", "A new news day has started"), kStatusMessageMs);
+        const int day = m_session.startNewDay();
+        statusBar()->showMessage(text("已開始新的新聞日 ", "A new news day has started: ") +
+                                     QStringLiteral("%1/%2/%3")
+                                         .arg(day / 10000)
+                                         .arg(day / 100 % 100, 2, 10, QLatin1Char('0'))
+                                         .arg(day % 100, 2, 10, QLatin1Char('0')),
+                                 kStatusMessageMs);
     });
 }
 
@@ -281,12 +297,32 @@ void MainWindow::chooseLanguage(const QString& language) {
     if (language == m_language) {
         return;
     }
+    // Everything speaks the new language at once: Qt's own dialogs, the back end's texts, the
+    // news view (built again with the settings it had) and the terminal's menus and bars.
+    m_language = language;
     m_settings.setLanguage(language);
-    const QString failure = saveSettings();
-    QMessageBox::information(
-        this, text("語言", "Language"),
-        failure.isEmpty() ? text("新的語言在下次啟動時生效。", "The new language takes effect at the next start.")
-                          : failure);
+    useQtTranslation(language);
+    m_session.setLanguage(language);
+    m_view->saveSettings(m_settings.layout());
+    m_view.reset();
+    m_view = std::make_unique<ViewHost>(m_ui, centralWidget(), kViewClass);
+    m_view->loadSettings(m_settings.layout(), kViewName);
+    const QString symbol = m_symbol->text();
+    menuBar()->clear();
+    if (QToolBar* bar = findChild<QToolBar*>(QStringLiteral("mainToolbar"))) {
+        removeToolBar(bar);
+        delete bar;
+    }
+    buildMenus();
+    buildToolbar();
+    m_symbol->setText(symbol);
+    setWindowTitle(m_session.isGenerated() ? text("新聞終端機（模擬新聞）", "News terminal (generated news)")
+                                           : text("新聞終端機", "News terminal"));
+    m_status->setEnglish(language == QStringLiteral("en"));
+    if (const QString failure = saveSettings(); !failure.isEmpty()) {
+        reportProblem(this, text("設定", "Settings"),
+                      text("無法儲存設定：", "The settings could not be saved: ") + failure);
+    }
 }
 
 QString MainWindow::saveSettings() {

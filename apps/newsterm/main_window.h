@@ -16,6 +16,7 @@ namespace newsterm {
 
 class BackendSession;
 class FlashLine;
+class StatusPanel;
 class TermSettings;
 class ViewHost;
 
@@ -33,6 +34,7 @@ public:
 
     // Stores geometry and view settings now (also done on close); the reason on failure.
     QString saveSettings();
+    StatusPanel& statusPanel() const { return *m_status; }
     FlashLine& flashLine() { return *m_flash; }
 
 protected:
@@ -61,9 +63,10 @@ private:
     QString m_language;
     std::unique_ptr<ViewHost> m_view;
     std::unique_ptr<FlashLine> m_flash;
-    QLineEdit* m_symbol = nullptr;  // owned by the toolbar
-    QLabel* m_recovered = nullptr;  // owned by the status bar
-    QAction* m_connected = nullptr; // owned by the toolbar
+    QLineEdit* m_symbol = nullptr;   // owned by the toolbar
+    QLabel* m_recovered = nullptr;   // owned by the status bar
+    QAction* m_connected = nullptr;  // owned by the toolbar
+    StatusPanel* m_status = nullptr; // owned by the status bar
     bool m_saved = false;
     bool m_awaitingRecovery = false; // reconnected, the recovery has not come yet
 };

@@ -1,17 +1,32 @@
 #include "apps/newsterm/term_options.h"
 
 #include <QCommandLineParser>
+#include <QFileInfo>
 
 #include "apps/newsterm/term_settings.h"
 
 namespace newsterm {
 
+namespace {
+// Seconds of news before --screenshot takes its picture when --quit-after is not given.
+constexpr double kScreenshotAfterSeconds = 3;
+} // namespace
+
+QString versionText() {
+    return QStringLiteral("newsterm %1").arg(QStringLiteral(NEWSTERM_VERSION));
+}
+
 ParsedOptions parseTermOptions(const QStringList& arguments) {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("News terminal on the embedded news back end."));
     const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version(QStringList{QStringLiteral("v"), QStringLiteral("version")},
+                                     QStringLiteral("Show the version and quit."));
     const QCommandLineOption feed(
-        QStringLiteral("feed"), QStringLiteral("Replay recorded news from FILE (JSON Lines)."), QStringLiteral("FILE"));
+        QStringLiteral("feed"),
+        QStringLiteral("Replay recorded news from FILE (JSON Lines). Without it the terminal shows generated news, "
+                       "marked as such."),
+        QStringLiteral("FILE"));
     const QCommandLineOption speed(QStringLiteral("speed"),
                                    QStringLiteral("Pace of the replay or generator (1 = real time, 0 = at once)."),
                                    QStringLiteral("X"), QStringLiteral("1"));
@@ -20,14 +35,15 @@ ParsedOptions parseTermOptions(const QStringList& arguments) {
     const QCommandLineOption lang(QStringLiteral("lang"), QStringLiteral("Language: zh-TW or en."),
                                   QStringLiteral("LANG"), QStringLiteral("zh-TW"));
     const QCommandLineOption screenshot(QStringLiteral("screenshot"),
-                                        QStringLiteral("Save the window as FILE.png, then quit (with --quit-after)."),
+                                        QStringLiteral("After --quit-after SECONDS (3 when not given) save the window "
+                                                       "as a PNG image in FILE, then quit."),
                                         QStringLiteral("FILE"));
     const QCommandLineOption quitAfter(QStringLiteral("quit-after"), QStringLiteral("Quit after SECONDS of news."),
                                        QStringLiteral("SECONDS"));
     const QCommandLineOption resources(QStringLiteral("resources"),
                                        QStringLiteral("Folder of Application.ini, NewsService.ini and lang/."),
                                        QStringLiteral("DIR"), QStringLiteral(NEWS_RESOURCES_DIR));
-    parser.addOptions({feed, speed, data, lang, screenshot, quitAfter, resources});
+    parser.addOptions({version, feed, speed, data, lang, screenshot, quitAfter, resources});
 
     ParsedOptions result;
     if (!parser.parse(arguments)) {
@@ -39,6 +55,10 @@ ParsedOptions parseTermOptions(const QStringList& arguments) {
         result.message = parser.helpText();
         return result;
     }
+    if (parser.isSet(version)) {
+        result.message = versionText();
+        return result;
+    }
     if (!parser.positionalArguments().isEmpty()) {
         result.failed = true;
         result.message = QStringLiteral("unexpected argument: %1").arg(parser.positionalArguments().front());
@@ -46,6 +66,20 @@ ParsedOptions parseTermOptions(const QStringList& arguments) {
     }
     TermOptions options;
     options.feedFile = parser.value(feed);
+    if (parser.isSet(feed)) {
+        // A file that is not there must not quietly become generated news.
+        const QFileInfo file(options.feedFile);
+        if (options.feedFile.isEmpty() || !file.exists()) {
+            result.failed = true;
+            result.message = QStringLiteral("--feed: the file '%1' does not exist").arg(options.feedFile);
+            return result;
+        }
+        if (!file.isFile() || !file.isReadable()) {
+            result.failed = true;
+            result.message = QStringLiteral("--feed: '%1' is not a readable file").arg(options.feedFile);
+            return result;
+        }
+    }
     bool ok = false;
     options.speed = parser.value(speed).toDouble(&ok);
     if (!ok || options.speed < 0) {
@@ -71,9 +105,7 @@ ParsedOptions parseTermOptions(const QStringList& arguments) {
         }
     }
     if (!options.screenshot.isEmpty() && options.quitAfterSeconds <= 0) {
-        result.failed = true;
-        result.message = QStringLiteral("--screenshot needs --quit-after SECONDS");
-        return result;
+        options.quitAfterSeconds = kScreenshotAfterSeconds;
     }
     options.resourcesDir = parser.value(resources);
     result.options = options;

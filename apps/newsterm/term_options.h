@@ -13,7 +13,7 @@ struct TermOptions {
     QString dataDir;             // --data: the news store folder
     QString language;            // --lang: zh-TW or en
     bool languageGiven = false;  // false: the language saved last time wins over the default
-    QString screenshot;          // --screenshot: PNG written after quitAfterSeconds
+    QString screenshot;          // --screenshot: PNG written after quitAfterSeconds (3 when not given)
     double quitAfterSeconds = 0; // --quit-after: 0 runs until closed
     QString resourcesDir;        // --resources: Application.ini, NewsService.ini, lang/
 };
@@ -23,6 +23,9 @@ struct ParsedOptions {
     QString message;                    // the error, the help or the version text
     bool failed = false;
 };
+
+// "newsterm <version>".
+QString versionText();
 
 // Parses the arguments (the program name first). Defaults: the data folder under the user's
 // data location, zh-TW, the resources the program was built with.

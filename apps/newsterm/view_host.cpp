@@ -118,6 +118,11 @@ bool ViewHost::changeSymbol(const CString& code) {
     return false;
 }
 
+QString ViewHost::symbolCode() const {
+    const auto* news = dynamic_cast<const TRVNewsCtrlView*>(m_view.get());
+    return news != nullptr ? qthost::toQString(news->newsSymbolCode()) : QString();
+}
+
 bool ViewHost::eventFilter(QObject* watched, QEvent* event) {
     if (watched == m_container && event->type() == QEvent::Resize) {
         fit();

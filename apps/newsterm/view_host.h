@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QString>
 #include <memory>
 
 #include "host/backend/news_records.h"
@@ -40,6 +41,8 @@ public:
     // Makes code the current symbol of link group 1 and tells every quote view. False when
     // no news service knows the code.
     bool changeSymbol(const CString& code);
+    // The symbol the news view follows (restored from its settings or chosen since), as text.
+    QString symbolCode() const;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -1,4 +1,5 @@
 // The back end as the news view meets it: pushes, look-ups, answers and the catalogue.
+#include <algorithm>
 #include <fstream>
 #include <thread>
 
@@ -281,11 +282,13 @@ TEST_F(BackendTest, ServicesSymbolsCategoriesAndLanguage) {
     EXPECT_FALSE(backend->bGetItemDataByItemNo(value, 16, "2330", 1000));
     int category = 0;
     ASSERT_TRUE(backend->bGetCategorybySymbolID(category, 16, "2330"));
-    EXPECT_EQ(category, 24);
+    EXPECT_EQ(category, 1) << "a listed stock trades on the main board";
     std::vector<CString> codes;
     ASSERT_TRUE(backend->GetSymbolsByService(52, codes, names, 1));
     EXPECT_GE(codes.size(), 24u);
     EXPECT_EQ(codes.size(), names.size());
+    ASSERT_TRUE(backend->bGetCategorybySymbolID(category, 52, codes[0]));
+    EXPECT_EQ(category, 3);
     std::vector<CString> candidates;
     ASSERT_TRUE(backend->FindSearchList("2330", candidates));
     EXPECT_EQ(candidates[0], big5("[上市] 2330 台積電")) << "the exact code first";
@@ -342,6 +345,43 @@ TEST_F(BackendTest, FeedsOnTheirOwnThreadsWhileTheUiReadsAndSearches) {
     EXPECT_FALSE(view.pushes.empty());
     EXPECT_GT(backend->cachedHeadlines(), 100u);
     EXPECT_TRUE(backend->storeError().empty()) << backend->storeError();
+}
+
+// The view shows a Hong Kong symbol's news only when the back end calls it a main-board stock
+// (category 1); symbol lists come sorted by code, also with symbols only a feed named.
+TEST_F(BackendTest, HongKongBoardsAndSymbolListsSortedByCode) {
+    int category = 0;
+    ASSERT_TRUE(backend->bGetCategorybySymbolID(category, 22, "00700"));
+    EXPECT_EQ(category, 1);
+    ingestNow({headlineEvent(22, 1, morning(), "創業板公司公告", 1, "08083"),
+               headlineEvent(22, 2, morning() + 1, "新上市公司", 1, "06618"),
+               headlineEvent(16, 1, morning() + 2, "新上市公司", 1, "1101B")});
+    ASSERT_TRUE(backend->bGetCategorybySymbolID(category, 22, "08083"));
+    EXPECT_EQ(category, 2) << "08xxx is the growth board";
+    ASSERT_TRUE(backend->bGetCategorybySymbolID(category, 22, "06618"));
+    EXPECT_EQ(category, 1);
+
+    for (const unsigned char service : {16, 122, 22, 52}) {
+        std::vector<CString> codes;
+        std::vector<CString> names;
+        std::vector<CString> viaQuotes;
+        std::vector<CString> quoteNames;
+        ASSERT_TRUE(backend->GetSymbolsByService(service, codes, names, 1));
+        ASSERT_TRUE(backend->bGetSymbolID(service, viaQuotes, quoteNames));
+        EXPECT_EQ(codes, viaQuotes);
+        EXPECT_TRUE(std::is_sorted(codes.begin(), codes.end())) << int(service);
+        EXPECT_EQ(std::adjacent_find(codes.begin(), codes.end()), codes.end()) << "no code twice";
+        for (std::size_t i = 0; i < codes.size(); ++i) {
+            CString name;
+            backend->bGetItemDataByItemNo(name, service, codes[i], 1019);
+            EXPECT_EQ(name, names[i]) << "names stay with their codes";
+        }
+    }
+    std::vector<CString> codes;
+    std::vector<CString> names;
+    ASSERT_TRUE(backend->GetSymbolsByService(22, codes, names, 1));
+    EXPECT_EQ(codes.front(), "00001");
+    EXPECT_NE(std::find(codes.begin(), codes.end(), "08083"), codes.end());
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "backend_fixture.h"
+#include "embedded_backend/chinese_text.h"
 #include "embedded_backend/news_generator.h"
 #include "embedded_backend/replay_feed.h"
 
@@ -306,6 +307,43 @@ TEST(Generator, TransportWrappingNeverSplitsACharacter) {
         }
         EXPECT_EQ(joined, text) << "only CR LF were added";
     }
+}
+
+// Text from outside in code page 950: Simplified Chinese comes out Traditional, what has no
+// Big5 form becomes one visible mark each and is counted; the back end's Simplified
+// conversion uses a character's Simplified form only where code page 950 has it.
+TEST(ChineseText, SimplifiedBecomesTraditionalAndTheRestIsMarkedAndCounted) {
+    const Big5Text tencent = toBig5("腾讯控股银行国家");
+    EXPECT_EQ(tencent.text, cp950::fromUtf8("騰訊控股銀行國家"));
+    EXPECT_EQ(tencent.replaced, 0u);
+    const Big5Text plain = toBig5("2330 ok?");
+    EXPECT_EQ(plain.text, "2330 ok?");
+    EXPECT_EQ(plain.replaced, 0u) << "a question mark of the text is not a replacement";
+
+    const CString mark = cp950::fromUtf8(std::string(kReplacementMarkUtf8));
+    const Big5Text emoji = toBig5("A\xF0\x9F\x98\x80"
+                                  "B\xE4\xB8");
+    EXPECT_EQ(emoji.text, "A" + mark + "B" + mark) << "one mark per character, a broken one too";
+    EXPECT_EQ(emoji.replaced, 2u);
+
+    FeedEvent event;
+    double at = 0;
+    std::string error;
+    std::size_t replaced = 0;
+    ASSERT_EQ(parseReplayLine(R"({"at":1,"event":"headline","service":22,"seq":3,"title":"腾讯发布业绩😀",)"
+                              R"("symbols":[{"code":"00700","name":"腾讯控股"}]})",
+                              0, event, at, error, &replaced),
+              LineStatus::Event)
+        << error;
+    EXPECT_EQ(event.title.substr(0, 4), cp950::fromUtf8("騰訊"));
+    EXPECT_EQ(event.symbols.at(0).m_strName, cp950::fromUtf8("騰訊控股"));
+    EXPECT_EQ(replaced, 1u);
+
+    CString simplified;
+    ASSERT_TRUE(toSimplified(cp950::fromUtf8("之後於台北，來"), simplified));
+    EXPECT_EQ(simplified, cp950::fromUtf8("之后于台北，來")) << "来 has no Big5 form: 來 stays";
+    ASSERT_TRUE(toSimplified("ASCII only", simplified));
+    EXPECT_EQ(simplified, "ASCII only");
 }
 
 } // namespace

@@ -62,6 +62,66 @@ TEST_F(PersistenceTest, NewsSurvivesARestart) {
     EXPECT_EQ(search(16, {"法說會"}, 2, 1), (std::vector<std::int32_t>{3, 1}));
 }
 
+// Generated news after a restart on the same day goes on after the numbers the store holds:
+// nothing stored is sent again or overwritten. Paced in real time it is stamped by the clock,
+// never later, however fast it runs.
+TEST_F(PersistenceTest, GeneratedNewsContinuesAfterTheStoredNumbersAndKeepsToTheClock) {
+    for (const unsigned char service : {16, 122, 22, 52}) {
+        registerFor(&view, service);
+    }
+    std::vector<FeedEvent> stored;
+    for (std::int32_t seq = 1; seq <= 5; ++seq) {
+        stored.push_back(headlineEvent(16, seq, morning() + seq, "既有新聞"));
+    }
+    stored.push_back(headlineEvent(22, 40, morning() + 9, "既有港股新聞", 1, "00700"));
+    ingestNow(stored);
+    restart(options());
+    view.pushes.clear();
+
+    GeneratorFeedOptions generated;
+    generated.generator.seed = 11;
+    generated.eventsPerSecond = 0; // as fast as possible
+    generated.maxEvents = 400;
+    backend->startGenerator(generated);
+    ASSERT_TRUE(backend->waitGeneratorFinished(std::chrono::seconds(20)));
+    backend->flushStore();
+    ASSERT_TRUE(dispatcher.drainUntil([&] { return view.pushes.size() >= 300; }));
+    std::map<unsigned char, std::int32_t> lowest;
+    for (const CHeadline& h : view.pushes) {
+        const auto [it, first] = lowest.emplace(h.m_byService, h.m_iSeqNo);
+        it->second = std::min(it->second, h.m_iSeqNo);
+    }
+    EXPECT_EQ(lowest.at(16), 6);
+    EXPECT_EQ(lowest.at(22), 41);
+    EXPECT_EQ(lowest.at(122), 1);
+    std::vector<CHeadline> headlines;
+    const std::vector<CHeadlineTable> table = dateTable(16, kToday);
+    ASSERT_EQ(backend->BKQNEWS_iGetHeadline(16, headlines, table), static_cast<int>(table.size()));
+    int kept = 0;
+    for (const CHeadline& h : headlines) {
+        kept += h.m_iSeqNo <= 5 && h.m_strTitle == big5("既有新聞") ? 1 : 0;
+    }
+    EXPECT_EQ(kept, 5) << "the stored headlines are untouched";
+
+    restart(options());
+    view.pushes.clear();
+    for (const unsigned char service : {16, 122, 22, 52}) {
+        registerFor(&view, service);
+    }
+    clock.set(morning() + 600);
+    GeneratorFeedOptions paced;
+    paced.generator.seed = 12;
+    paced.eventsPerSecond = 4000;
+    paced.maxEvents = 300;
+    backend->startGenerator(paced);
+    ASSERT_TRUE(backend->waitGeneratorFinished(std::chrono::seconds(20)));
+    backend->flushStore();
+    ASSERT_TRUE(dispatcher.drainUntil([&] { return view.pushes.size() >= 200; }));
+    for (const CHeadline& h : view.pushes) {
+        ASSERT_LE(h.m_tTime, morning() + 600) << "a headline from the future";
+    }
+}
+
 TEST_F(PersistenceTest, OnlyTheKeptDaysAreLoadedAndStored) {
     // Five kept days: after eight new days only the last five remain, here and on disk.
     for (int day = 0; day < 8; ++day) {

@@ -116,6 +116,14 @@ TEST_F(ControlsTest, ComboNotifiesDropDownCloseUpAndUserSelectionsOnly) {
 
     combo->setItemColors(2, host::ui::RGB(255, 0, 0), host::ui::RGB(0, 0, 255));
     EXPECT_EQ(box->itemData(2, Qt::ForegroundRole).value<QColor>(), QColor(255, 0, 0));
+
+    // A text longer than the box is shown whole in the open list.
+    combo->addString("00700 Tencent Holdings Limited (Hong Kong main board)");
+    box->showPopup();
+    const QFontMetrics metrics(box->view()->font());
+    EXPECT_GE(box->view()->width(),
+              metrics.horizontalAdvance(QStringLiteral("00700 Tencent Holdings Limited (Hong Kong main board)")));
+    box->hidePopup();
 }
 
 TEST_F(ControlsTest, DatePickerCalendarOpenAndCloseAndUserChanges) {

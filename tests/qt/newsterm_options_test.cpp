@@ -32,11 +32,15 @@ TEST(NewstermOptionsTest, DefaultsAndEveryOption) {
     EXPECT_TRUE(defaults.options->feedFile.isEmpty());
     EXPECT_EQ(defaults.options->quitAfterSeconds, 0);
 
+    QFile day(home.filePath(QStringLiteral("day.jsonl")));
+    ASSERT_TRUE(day.open(QIODevice::WriteOnly));
+    day.close();
+    const QByteArray dayPath = day.fileName().toUtf8();
     const auto all =
-        parseTermOptions(args({"--feed", "day.jsonl", "--speed", "0", "--data", "/srv/news", "--lang", "en",
+        parseTermOptions(args({"--feed", dayPath.constData(), "--speed", "0", "--data", "/srv/news", "--lang", "en",
                                "--screenshot", "s.png", "--quit-after", "2.5", "--resources", "/opt/res"}));
     ASSERT_TRUE(all.options) << qPrintable(all.message);
-    EXPECT_EQ(all.options->feedFile, QStringLiteral("day.jsonl"));
+    EXPECT_EQ(all.options->feedFile, day.fileName());
     EXPECT_EQ(all.options->speed, 0.0) << "0 replays as fast as possible";
     EXPECT_EQ(all.options->dataDir, QStringLiteral("/srv/news"));
     EXPECT_EQ(all.options->language, QStringLiteral("en"));
@@ -47,14 +51,21 @@ TEST(NewstermOptionsTest, DefaultsAndEveryOption) {
 }
 
 TEST(NewstermOptionsTest, BadArgumentsAreRefusedWithAReason) {
-    for (const QStringList& bad :
-         {args({"--lang", "fr"}), args({"--speed", "-1"}), args({"--speed", "fast"}), args({"--screenshot", "s.png"}),
-          args({"--quit-after", "0"}), args({"extra"}), args({"--no-such-option"})}) {
+    for (const QStringList& bad : {args({"--lang", "fr"}), args({"--speed", "-1"}), args({"--speed", "fast"}),
+                                   args({"--feed", "/no/such/feed.jsonl"}), args({"--feed", "/"}),
+                                   args({"--quit-after", "0"}), args({"extra"}), args({"--no-such-option"})}) {
         const auto parsed = parseTermOptions(bad);
         EXPECT_FALSE(parsed.options) << qPrintable(bad.join(QLatin1Char(' ')));
         EXPECT_TRUE(parsed.failed);
         EXPECT_FALSE(parsed.message.isEmpty());
     }
+    const auto alone = parseTermOptions(args({"--screenshot", "s.png"}));
+    ASSERT_TRUE(alone.options) << "--screenshot works on its own";
+    EXPECT_EQ(alone.options->quitAfterSeconds, 3);
+    const auto version = parseTermOptions(args({"--version"}));
+    EXPECT_FALSE(version.options);
+    EXPECT_FALSE(version.failed);
+    EXPECT_TRUE(version.message.startsWith(QStringLiteral("newsterm ")));
     const auto help = parseTermOptions(args({"--help"}));
     EXPECT_FALSE(help.options);
     EXPECT_FALSE(help.failed);

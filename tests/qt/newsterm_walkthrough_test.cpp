@@ -322,11 +322,16 @@ TEST_F(NewstermWalkthroughTest, SymbolTabCombosChangeTheListByMouseAndKeyboard) 
             [=](const FeedHeadline& h) { return h.service == service && h.symbol == QLatin1String(symbol); });
     };
 
+    // The symbols come sorted by code.
+    for (int i = 1; i < symbols->count(); ++i) {
+        ASSERT_LT(symbols->itemText(i - 1).section(QLatin1Char(' '), 0, 0),
+                  symbols->itemText(i).section(QLatin1Char(' '), 0, 0));
+    }
+
     // A symbol picked from the open list with the mouse.
-    chooseFromList(symbols, QStringLiteral("2330 "));
-    EXPECT_TRUE(symbols->currentText().startsWith(QStringLiteral("2330 ")));
-    EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeSymbol) == about(16, "2330"); }));
-    EXPECT_TRUE(allRowsAbout(news::kModeSymbol, QStringLiteral("2330")));
+    chooseFromList(symbols, QStringLiteral("2308 "));
+    EXPECT_TRUE(symbols->currentText().startsWith(QStringLiteral("2308 ")));
+    EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeSymbol) == about(16, "2308"); }));
 
     // The arrow keys are the news list's wherever the keyboard is in the view: on the closed box
     // they leave the symbol as it is (kept: traders page the news with them from anywhere).

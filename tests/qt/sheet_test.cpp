@@ -1,5 +1,7 @@
 // The grid: bookkeeping at 100k rows, batched structural changes, geometry the module reads,
 // and the messages it forwards to its view.
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QHeaderView>
 #include <QScrollBar>
 #include <QTableView>
@@ -57,6 +59,11 @@ protected:
         view->destroy();
         qttest::drainEvents();
     }
+    // Waits for the model's next beat to tell the view what changed.
+    void settle() {
+        ASSERT_TRUE(qttest::waitUntil([&] { return !model->hasPendingChanges(); }, 2000));
+        qttest::drainEvents();
+    }
     QTableView& table() const { return sheet->tableView(); }
     QString shown(int viewRow, int column) const { return model->index(viewRow, column).data().toString(); }
     // A point in grid client coordinates inside the given visible row.
@@ -79,7 +86,7 @@ TEST_F(SheetTest, AHundredThousandRowsAndAThousandTopInsertsReachTheViewAsOneCha
     grid->vAddRows(100000);
     EXPECT_EQ(grid->iGetRowCount(), 100000u) << "the module sees its rows at once";
     grid->vSetCellText(99999, 2, "last");
-    qttest::drainEvents();
+    settle();
     EXPECT_EQ(model->rowCount(), 100000);
     EXPECT_EQ(inserts.size() + static_cast<std::size_t>(resets), 1u);
     EXPECT_EQ(grid->cszGetCellText(99999, 2), "last");
@@ -94,8 +101,8 @@ TEST_F(SheetTest, AHundredThousandRowsAndAThousandTopInsertsReachTheViewAsOneCha
     EXPECT_EQ(grid->iGetRowCount(), 101000u);
     EXPECT_EQ(grid->cszGetCellText(0, 0), "push 999");
     EXPECT_EQ(grid->cszGetCellText(100999, 2), "last");
-    EXPECT_EQ(model->rowCount(), 100000) << "the view hears of it once per turn";
-    qttest::drainEvents();
+    EXPECT_EQ(model->rowCount(), 100000) << "the view hears of it once per beat";
+    settle();
     ASSERT_EQ(inserts.size(), 1u);
     EXPECT_EQ(inserts[0], (std::pair<int, int>{0, 999}));
     EXPECT_EQ(resets, 0);
@@ -110,7 +117,7 @@ TEST_F(SheetTest, BeforeTheBatchIsPublishedTheViewStillSeesEachRowsOwnCells) {
     for (int r = 0; r < 10; ++r) {
         grid->vSetCellText(static_cast<std::size_t>(r), 0, label("r", r));
     }
-    qttest::drainEvents();
+    settle();
     grid->vInsertRow(0);
     grid->vInsertRow(0);
     grid->vDeleteRow(6); // old row 4
@@ -118,7 +125,7 @@ TEST_F(SheetTest, BeforeTheBatchIsPublishedTheViewStillSeesEachRowsOwnCells) {
     EXPECT_EQ(shown(0, 0), QStringLiteral("r0")) << "view row 0 is still the old row 0";
     EXPECT_EQ(shown(4, 0), QString()) << "a deleted row shows nothing until the view hears of it";
     EXPECT_EQ(shown(9, 0), QStringLiteral("r9"));
-    qttest::drainEvents();
+    settle();
     EXPECT_EQ(model->rowCount(), 11);
     EXPECT_EQ(shown(0, 0), QString());
     EXPECT_EQ(shown(2, 0), QStringLiteral("r0"));
@@ -130,7 +137,7 @@ TEST_F(SheetTest, BeforeTheBatchIsPublishedTheViewStillSeesEachRowsOwnCells) {
         grid->vInsertRow(static_cast<std::size_t>(i * 3 % 11));
         grid->vDeleteRow(5);
     }
-    qttest::drainEvents();
+    settle();
     EXPECT_EQ(resets, 1);
     EXPECT_TRUE(inserts.empty());
     EXPECT_EQ(model->rowCount(), 11);
@@ -159,7 +166,7 @@ TEST_F(SheetTest, SelectionFocusAndStripesFollowTheirRows) {
 
 TEST_F(SheetTest, FirstVisibleRowRowsPerPageAndHitTestingAreWhatTheUserSees) {
     grid->vAddRows(1000);
-    qttest::drainEvents();
+    settle();
     const int perPage = grid->iGetRowsPerPage();
     EXPECT_EQ(perPage, table().viewport()->height() / kRowHeight);
     EXPECT_GT(perPage, 10);
@@ -192,7 +199,7 @@ TEST_F(SheetTest, FirstVisibleRowRowsPerPageAndHitTestingAreWhatTheUserSees) {
 
 TEST_F(SheetTest, MouseMessagesReachTheViewMarkedAsForwardedByTheGrid) {
     grid->vAddRows(50);
-    qttest::drainEvents();
+    settle();
     const QPoint third = table().viewport()->mapFrom(&table(), rowPoint(3));
     QTest::mouseClick(table().viewport(), Qt::LeftButton, {}, third);
     QTest::mouseDClick(table().viewport(), Qt::LeftButton, {}, third);
@@ -226,7 +233,7 @@ TEST_F(SheetTest, MouseMessagesReachTheViewMarkedAsForwardedByTheGrid) {
 
 TEST_F(SheetTest, KeysPassTheViewFirstThenTheGridNavigatesOrForwardsThem) {
     grid->vAddRows(100);
-    qttest::drainEvents();
+    settle();
     grid->setFocus();
     ASSERT_TRUE(grid->bHasFocus());
     grid->vSetActiveSelection(10, 0);
@@ -264,6 +271,86 @@ TEST_F(SheetTest, ASizeChangeIsAnnouncedWithTheRegisteredMessage) {
     EXPECT_EQ(changes[0].message.wParam, reinterpret_cast<host::ui::WPARAM>(grid));
     EXPECT_EQ(grid->clientRect(), (Rect{0, 0, 300, 200}));
     EXPECT_EQ(table().verticalHeader()->sectionResizeMode(0), QHeaderView::Fixed);
+}
+
+// A stream of pushes over many turns of the event loop reaches the view at the model's pace,
+// not once per push: right after a publish the next change waits for the beat.
+TEST_F(SheetTest, PushesInSeparateTurnsWaitForTheNextBeat) {
+    grid->vAddRows(50);
+    settle();
+    QTest::qWait(qthost::SheetModel::kPublishIntervalMs + 10); // a quiet spell
+    inserts.clear();
+    QElapsedTimer elapsed;
+    elapsed.start();
+    grid->vInsertRow(0);
+    qttest::drainEvents(); // a quiet grid shows the first push in the next turn
+    ASSERT_EQ(inserts.size(), 1u);
+    int turns = 0;
+    for (; turns < 5 && elapsed.elapsed() < qthost::SheetModel::kPublishIntervalMs / 2; ++turns) {
+        grid->vInsertRow(0);
+        grid->vSetCellText(0, 0, label("push ", turns));
+        QCoreApplication::processEvents();
+    }
+    if (elapsed.elapsed() < qthost::SheetModel::kPublishIntervalMs) {
+        EXPECT_EQ(inserts.size(), 1u) << "published within the beat";
+    }
+    settle();
+    ASSERT_EQ(inserts.size(), 2u) << "the rest came as one change";
+    EXPECT_EQ(inserts[1], (std::pair<int, int>{0, turns - 1}));
+    EXPECT_EQ(shown(0, 0), QString::fromStdString(label("push ", turns - 1)));
+}
+
+// Rows arriving at the top keep the rows a user scrolled to, or a focused row being read, in
+// place; at the top of an idle grid they show.
+TEST_F(SheetTest, RowsInsertedAboveKeepTheRowsInViewWhileScrolledAwayOrReading) {
+    grid->vAddRows(300);
+    for (int r = 0; r < 300; ++r) {
+        grid->vSetCellText(static_cast<std::size_t>(r), 0, label("r", r));
+    }
+    settle();
+    QScrollBar* bar = table().verticalScrollBar();
+
+    // At the top, nobody reading: the new rows show.
+    for (int i = 0; i < 3; ++i) {
+        grid->vInsertRow(0);
+    }
+    settle();
+    EXPECT_EQ(bar->value(), 0);
+    EXPECT_EQ(grid->iGetFirstVisibleRow(), 0);
+
+    // Scrolled down to r50: five new rows above leave r50 at the top.
+    grid->sendMessage(win::WM_VSCROLL, host::ui::MAKEWPARAM(win::SB_THUMBTRACK, 53), 0);
+    ASSERT_EQ(shown(bar->value(), 0), QStringLiteral("r50"));
+    for (int i = 0; i < 5; ++i) {
+        grid->vInsertRow(0);
+    }
+    grid->vInsertRow(2); // a push below the newest ones lands above the view too
+    settle();
+    EXPECT_EQ(shown(bar->value(), 0), QStringLiteral("r50"));
+    EXPECT_EQ(grid->cszGetCellText(static_cast<std::size_t>(grid->iGetFirstVisibleRow()), 0), "r50");
+
+    // Back at the top, reading a focused row: new rows show above it until it would leave the
+    // page; then it stays on screen, at the bottom.
+    grid->sendMessage(win::WM_VSCROLL, host::ui::MAKEWPARAM(6, 0), 0); // SB_TOP
+    ASSERT_EQ(bar->value(), 0);
+    QtUiHost::widgetOf(grid)->setFocus();
+    grid->vSetActiveSelection(4, 0);
+    const CString reading = grid->cszGetCellText(4, 0);
+    settle();
+    grid->vInsertRow(0);
+    grid->vSetCellText(0, 0, "new");
+    settle();
+    EXPECT_EQ(bar->value(), 0);
+    EXPECT_EQ(shown(0, 0), QStringLiteral("new"));
+    const int page = grid->iGetRowsPerPage();
+    for (int i = 0; i < page; ++i) {
+        grid->vInsertRow(0);
+    }
+    settle();
+    const int focus = sheet->cptGetFocusNdx().y;
+    EXPECT_EQ(grid->cszGetCellText(static_cast<std::size_t>(focus), 0), reading);
+    EXPECT_GE(focus, grid->iGetFirstVisibleRow());
+    EXPECT_LT(focus, grid->iGetFirstVisibleRow() + page) << "the row being read left the screen";
 }
 
 } // namespace
