@@ -70,7 +70,7 @@ public:
     void ChangeActiveApp(int active) override;
     void ChangeSymbol(const TRVQuoteBaseView* sender, unsigned char group, unsigned char service, const CString& code,
                       const CString& name) override;
-    void GetCurrSymbolInfo(unsigned char& service, CString& code) override;
+    int GetCurrSymbolInfo(unsigned char& service, CString& code) override;
     void vDoSymbolUpdate(const std::vector<CSymbolUpdateInfo>& updates) override;
     void vReRegisterSymbols() override;
     void vUnregisterViewSymbol() override;
@@ -156,6 +156,8 @@ public:
     void GetSymbolNews(const CString& code);
     void OnSelSymbol(const CString& code);
     void ChangeNewsSymbolList();
+    // Empties the related-symbol quote list when it exists.
+    void vClearRelateQuoteList();
 
     // ---- Categories and colours ----
     bool bInitialTransferCatObject();
@@ -265,6 +267,7 @@ public:
     const std::vector<NewsServiceEntry>& GetServiceList() const { return m_vService; }
     int GetWarrantServiceIndex() const { return m_iWarrantIndex; }
     NewsStoryView* GetStoryPane() const { return m_pStoryView; }
+    CNewsRelateSymbolQuoteView* GetRelateQuoteView() const { return m_pRelateQuoteView; }
     TRVNewsStory* GetStoryDlg() const { return m_pNewsStory.get(); }
     CQuoteDlgTipMsg* GetTipMsg() const { return m_pTipMsg.get(); }
     SearchEdit2& GetSearchEdit2() { return m_searchEdit2; }
@@ -333,6 +336,8 @@ private:
     bool bHasStoryDisplay() const;
     // Connects a freshly created story pane to this view.
     void vAttachStoryPane(TRVQuoteBaseView* pane);
+    // Moves and shows (or hides) the related-symbol quote list when it exists.
+    void vPlaceRelateQuoteView(const host::ui::Rect& rect, bool visible);
     // The client rectangle below the title band.
     host::ui::Rect GetViewArea() const;
     // Restarts the deferred refresh without going through the layout.

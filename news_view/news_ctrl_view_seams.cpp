@@ -1,5 +1,5 @@
 // Operations of the view whose work belongs to parts of the module that are not built yet:
-// recovery and search answers, the search dialogs and the related-symbol quote view. Each one does the least that keeps
+// recovery and search answers and the search dialogs. Each one does the least that keeps
 // the view consistent (no data is made up) until its part replaces it. The story answers already reach the story
 // displays and the print and save jobs.
 #include "host/backend/bk_quote_interface.h"
@@ -71,22 +71,6 @@ void TRVNewsCtrlView::vRecvSymHeadlineTableRecovery(const CHeadlineTableInfo* /*
     // Rebuilds the symbol list from a re-sent table once recovery is built.
 }
 
-void TRVNewsCtrlView::vRecvNewsRelateSymbolListRecovery(const CNewsSymlistInfo* /*info*/) {
-    // Goes to the related-symbol quote view once it exists.
-}
-
-void TRVNewsCtrlView::vRecvNewMemory(const CMemoryInfo* /*info*/) {
-    // Quote data for the related-symbol quote view; nothing to do without it.
-}
-
-void TRVNewsCtrlView::vRecvMemoryRecovery(const CMemoryInfo* /*info*/) {
-    // Quote data for the related-symbol quote view; nothing to do without it.
-}
-
-void TRVNewsCtrlView::vRecvMultiSymbolMemoryRecovery(const std::vector<CMemoryInfo>* /*infos*/) {
-    // Quote data for the related-symbol quote view; nothing to do without it.
-}
-
 // ---- Search ----
 
 void TRVNewsCtrlView::OnSearch() {
@@ -131,18 +115,4 @@ void TRVNewsCtrlView::OnDealsSearch() {
 
 void TRVNewsCtrlView::OnWarningSearchDlg() {
     // Opens the warning-term dialog once it exists.
-}
-
-// ---- Related-symbol quote view ----
-
-void TRVNewsCtrlView::InitialNewsRelateQuoteView() {
-    // Creates the related-symbol quote view beside the story once it exists.
-}
-
-void TRVNewsCtrlView::vReRegisterSymbols() {
-    // Forwarded to the related-symbol quote view once it exists.
-}
-
-void TRVNewsCtrlView::vUnregisterViewSymbol() {
-    // Forwarded to the related-symbol quote view once it exists.
 }

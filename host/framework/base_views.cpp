@@ -86,9 +86,10 @@ void TRVQuoteBaseView::ChangeSymbol(const TRVQuoteBaseView* /*sender*/, unsigned
     SetSymbol(service, code);
 }
 
-void TRVQuoteBaseView::GetCurrSymbolInfo(unsigned char& service, CString& code) {
+int TRVQuoteBaseView::GetCurrSymbolInfo(unsigned char& service, CString& code) {
     service = m_bySymbolService;
     code = m_strSymbolCode;
+    return 1;
 }
 
 void TRVQuoteBaseView::SetSymbol(unsigned char service, const CString& code) {
