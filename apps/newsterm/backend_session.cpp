@@ -15,6 +15,8 @@ namespace {
 
 // Generated news arrives at about two headlines a second at speed 1.
 constexpr double kGeneratedEventsPerSecond = 2.0;
+// Trades of the simulated exchange, across all its symbols.
+constexpr double kSimulatedTradesPerSecond = 60.0;
 
 std::string localPath(const QString& path) {
     return QFile::encodeName(path).toStdString();
@@ -60,6 +62,11 @@ QStringList BackendSession::start() {
                             .arg(m_options.dataDir, QString::fromStdString(opened.message));
         }
     }
+    // The simulated exchange runs beside any news feed: the quotes beside a story are live.
+    embedded::QuoteFeedOptions quotes;
+    quotes.seed = static_cast<std::uint64_t>(QDateTime::currentSecsSinceEpoch());
+    quotes.ticksPerSecond = kSimulatedTradesPerSecond;
+    m_backend->startQuoteFeed(quotes);
     if (!m_options.feedFile.isEmpty()) {
         embedded::ReplayOptions replay;
         replay.path = localPath(m_options.feedFile);

@@ -415,7 +415,8 @@ void QuoteListBaseView::vChangeCast() {
     m_pGrid->vSetHeaderRowBkColor(sync.SYS_crGetOtherColor("COLOR_LISTCTL_HDBkCOLOR1"));
     m_pGrid->vSetHeaderRowFgColor(sync.SYS_crGetOtherColor("COLOR_LISTCTL_HDTEXTCOLOR1"));
     m_pGrid->vSetFrameColor(sync.SYS_crGetOtherColor("COLOR_OTHERLINES"));
-    m_pGrid->vSetFocusColor(true, sync.SYS_crGetOtherColor("COLOR_LISTCTL_NORMALTEXT"),
+    // No focus colours: a quote keeps its up and down colours on the focused row too.
+    m_pGrid->vSetFocusColor(false, sync.SYS_crGetOtherColor("COLOR_LISTCTL_NORMALTEXT"),
                             sync.SYS_crGetOtherColor("COLOR_LISTCTL_CLICKLINE"));
     m_pGrid->vSetFont(GetViewFont());
     for (std::size_t row = 0; row < m_vRows.size(); ++row) {
