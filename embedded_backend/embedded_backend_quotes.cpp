@@ -57,10 +57,13 @@ void EmbeddedBackend::startQuoteFeed(QuoteFeedOptions options) {
             }
         }
     }
-    m_quoteFeed.start(options, std::move(symbols), [this](std::vector<QuoteTick> ticks) { ingestQuotes(std::move(ticks)); });
+    m_quoteFeed.start(options, std::move(symbols),
+                      [this](std::vector<QuoteTick> ticks) { ingestQuotes(std::move(ticks)); });
 }
 
-void EmbeddedBackend::stopQuoteFeed() { m_quoteFeed.stop(); }
+void EmbeddedBackend::stopQuoteFeed() {
+    m_quoteFeed.stop();
+}
 
 bool EmbeddedBackend::waitQuoteFeedFinished(std::chrono::milliseconds timeout) {
     return m_quoteFeed.waitFinished(timeout);
@@ -74,7 +77,9 @@ void EmbeddedBackend::ingestQuotes(std::vector<QuoteTick> ticks) {
     postQuotes(m_options.dispatcher, m_ui, [shared](UiState& state) { state.applyQuotes(*shared); });
 }
 
-std::uint64_t EmbeddedBackend::rejectedQuotes() const { return m_ui->quotesRejected; }
+std::uint64_t EmbeddedBackend::rejectedQuotes() const {
+    return m_ui->quotesRejected;
+}
 
 bool EmbeddedBackend::BKQbGetSymbolMemory(CMemoryInfo& memory, unsigned char service, const CString& code) {
     const CMemoryInfo* record = m_ui->quotes.find(service, code);
@@ -90,8 +95,7 @@ bool EmbeddedBackend::BKQbReRequestSymbolMemory(unsigned char service, const CSt
         return false;
     }
     // Answered later, like every request: the record as it is when the answer is delivered.
-    postQuotes(m_options.dispatcher, m_ui,
-               [service, code](UiState& state) { state.recoverQuote(service, code); });
+    postQuotes(m_options.dispatcher, m_ui, [service, code](UiState& state) { state.recoverQuote(service, code); });
     return true;
 }
 

@@ -75,7 +75,7 @@ std::int32_t demoReferencePrice(const CString& code) {
         std::int32_t price;
     };
     static constexpr Known kKnown[] = {
-        {"2330", 58000}, {"2454", 90000}, {"2317", 10500}, {"2308", 33000}, {"2303", 5010},
+        {"2330", 58000}, {"2454", 90000}, {"2317", 10500}, {"2308", 33000},  {"2303", 5010},
         {"2412", 12100}, {"2882", 5230},  {"2881", 7120},  {"3008", 228500}, {"6505", 9110},
     };
     for (const Known& k : kKnown) {
@@ -150,8 +150,9 @@ QuoteTick QuoteSimulator::next(std::int64_t time) {
     }
     // Mostly small lots with the occasional block trade.
     const std::uint64_t size = m_random() % 100;
-    tick.volume = size < 70 ? 1 + static_cast<std::int32_t>(size % 5)
-                            : (size < 97 ? 5 + static_cast<std::int32_t>(size % 30) : 100 + static_cast<std::int32_t>(size * 7));
+    tick.volume =
+        size < 70 ? 1 + static_cast<std::int32_t>(size % 5)
+                  : (size < 97 ? 5 + static_cast<std::int32_t>(size % 30) : 100 + static_cast<std::int32_t>(size * 7));
     return tick;
 }
 

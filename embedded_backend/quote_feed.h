@@ -14,8 +14,8 @@ struct QuoteFeedOptions {
     double ticksPerSecond = 40.0; // real-time pacing; 0: as fast as possible
     std::uint64_t maxTicks = 0;   // 0: until stopped
     std::uint64_t seed = 20240102;
-    std::int64_t startTime = 0;   // time of the first trade, seconds since 1970
-    std::size_t batchSize = 256;  // ticks per hand-over when running as fast as possible
+    std::int64_t startTime = 0;  // time of the first trade, seconds since 1970
+    std::size_t batchSize = 256; // ticks per hand-over when running as fast as possible
 };
 
 // Runs a simulated exchange on its own thread and hands its trades to a sink in order, in

@@ -30,9 +30,13 @@ template <class Deliver> int deliverToSymbol(unsigned char service, const CStrin
 
 } // namespace
 
-void ScriptedBackend::setMemory(const CMemoryInfo& memory) { m_memory[{memory.m_byService, memory.m_strCode}] = memory; }
+void ScriptedBackend::setMemory(const CMemoryInfo& memory) {
+    m_memory[{memory.m_byService, memory.m_strCode}] = memory;
+}
 
-void ScriptedBackend::removeMemory(unsigned char service, const CString& code) { m_memory.erase({service, code}); }
+void ScriptedBackend::removeMemory(unsigned char service, const CString& code) {
+    m_memory.erase({service, code});
+}
 
 const CMemoryInfo* ScriptedBackend::memory(unsigned char service, const CString& code) const {
     const auto it = m_memory.find({service, code});

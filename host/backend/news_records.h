@@ -54,9 +54,9 @@ struct CHeadlineTableInfo {
 
 // The story of one headline.
 struct CStory {
-    CHeadlineTable m_entry;  // the entry the story belongs to
+    CHeadlineTable m_entry;   // the entry the story belongs to
     std::int64_t m_tTime = 0; // story time, seconds since 1970
-    CString m_strText;       // body; "@@@@" marks paragraph breaks, CR/LF are transport wrapping
+    CString m_strText;        // body; "@@@@" marks paragraph breaks, CR/LF are transport wrapping
 
     bool operator==(const CStory&) const = default;
 };
@@ -111,10 +111,10 @@ struct CMemoryInfo {
     unsigned char m_byService = 0;
     CString m_strCode;
     CString m_strName;
-    std::int64_t m_tTime = 0;       // time of the last trade, seconds since 1970 (0: none yet)
-    std::int32_t m_iRefPrice = 0;   // reference price (yesterday's close)
-    std::int32_t m_iLimitUp = 0;    // highest price allowed today
-    std::int32_t m_iLimitDown = 0;  // lowest price allowed today
+    std::int64_t m_tTime = 0;      // time of the last trade, seconds since 1970 (0: none yet)
+    std::int32_t m_iRefPrice = 0;  // reference price (yesterday's close)
+    std::int32_t m_iLimitUp = 0;   // highest price allowed today
+    std::int32_t m_iLimitDown = 0; // lowest price allowed today
     std::int32_t m_iOpen = 0;
     std::int32_t m_iHigh = 0;
     std::int32_t m_iLow = 0;

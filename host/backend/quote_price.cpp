@@ -24,7 +24,9 @@ std::int32_t tickSize(std::int32_t price) {
     return 500;
 }
 
-std::int32_t tickUp(std::int32_t price) { return price + tickSize(price); }
+std::int32_t tickUp(std::int32_t price) {
+    return price + tickSize(price);
+}
 
 std::int32_t tickDown(std::int32_t price) {
     if (price <= 1) {
@@ -33,7 +35,9 @@ std::int32_t tickDown(std::int32_t price) {
     return price - tickSize(price - 1);
 }
 
-bool onTick(std::int32_t price) { return price > 0 && price % tickSize(price) == 0; }
+bool onTick(std::int32_t price) {
+    return price > 0 && price % tickSize(price) == 0;
+}
 
 std::int32_t limitUp(std::int32_t reference) {
     if (reference <= 0) {
@@ -70,7 +74,9 @@ CString hundredths(std::int64_t value, bool sign) {
 
 } // namespace
 
-CString priceText(std::int32_t price) { return price <= 0 ? CString{} : hundredths(price, false); }
+CString priceText(std::int32_t price) {
+    return price <= 0 ? CString{} : hundredths(price, false);
+}
 
 CString changeText(std::int32_t last, std::int32_t reference) {
     if (last <= 0 || reference <= 0) {

@@ -62,7 +62,8 @@ std::vector<CSymbolInfo> NewsSubscriptions::symbolsOf(const NewsReceiver* receiv
             continue;
         }
         for (const auto& [service, code] : e.symbols) {
-            if (!code.empty() && (result.empty() || result.back().m_byMarket != service || result.back().m_strCode != code)) {
+            if (!code.empty() &&
+                (result.empty() || result.back().m_byMarket != service || result.back().m_strCode != code)) {
                 result.push_back(CSymbolInfo{service, code, {}});
             }
         }
@@ -91,4 +92,6 @@ bool NewsSubscriptions::isRegistered(const NewsReceiver* receiver, unsigned char
     });
 }
 
-void NewsSubscriptions::clear() { m_entries.clear(); }
+void NewsSubscriptions::clear() {
+    m_entries.clear();
+}

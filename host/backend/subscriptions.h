@@ -17,8 +17,7 @@ class NewsSubscriptions {
 public:
     static NewsSubscriptions& instance();
 
-    void change(NewsReceiver* receiver, const std::vector<CSymbolInfo>& added,
-                const std::vector<CSymbolInfo>& removed);
+    void change(NewsReceiver* receiver, const std::vector<CSymbolInfo>& added, const std::vector<CSymbolInfo>& removed);
     void removeReceiver(NewsReceiver* receiver);
 
     // Receivers that registered the whole service, in registration order.

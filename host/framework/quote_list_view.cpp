@@ -37,7 +37,9 @@ CString langText(const char* key) {
 
 } // namespace
 
-QuoteListBaseView::QuoteListBaseView() { vSetColumnSetup(kColumnSetupFull); }
+QuoteListBaseView::QuoteListBaseView() {
+    vSetColumnSetup(kColumnSetupFull);
+}
 
 QuoteListBaseView::~QuoteListBaseView() = default;
 
@@ -199,7 +201,9 @@ void QuoteListBaseView::vSetSymbolList(const std::vector<CSymbolInfo>& symbols) 
     }
 }
 
-void QuoteListBaseView::vClearList() { vSetSymbolList({}); }
+void QuoteListBaseView::vClearList() {
+    vSetSymbolList({});
+}
 
 int QuoteListBaseView::GetRowCount() const {
     return m_pGrid != nullptr ? static_cast<int>(m_pGrid->iGetRowCount()) : static_cast<int>(m_vRows.size());
@@ -402,7 +406,9 @@ void QuoteListBaseView::vReRegisterSymbols() {
     }
 }
 
-void QuoteListBaseView::vUnregisterViewSymbol() { C_UnRegisterSymbol(this); }
+void QuoteListBaseView::vUnregisterViewSymbol() {
+    C_UnRegisterSymbol(this);
+}
 
 void QuoteListBaseView::vChangeCast() {
     if (m_pGrid == nullptr) {
@@ -524,8 +530,7 @@ void QuoteListBaseView::ChangeSymbol(const TRVQuoteBaseView* sender, unsigned ch
                                      const CString& code, const CString& name) {
     TRVQuoteBaseView::ChangeSymbol(sender, group, service, code, name);
     const auto it = m_rowOf.find(keyOf(service, code));
-    if (it != m_rowOf.end() && m_pGrid != nullptr &&
-        m_pGrid->cptGetFocusNdx().y != static_cast<int>(it->second)) {
+    if (it != m_rowOf.end() && m_pGrid != nullptr && m_pGrid->cptGetFocusNdx().y != static_cast<int>(it->second)) {
         m_pGrid->vSetActiveSelection(static_cast<int>(it->second), 0);
         m_pGrid->vAutoVerScrolling(static_cast<int>(it->second));
     }

@@ -265,8 +265,8 @@ TEST_F(QuoteBackendTest, RecordsComeBackOnRequestAndAfterAReconnection) {
     dispatcher.runPending();
     ASSERT_EQ(a.multi.size(), 1u);
     ASSERT_EQ(a.multi[0].size(), 2u);
-    const auto it = std::find_if(a.multi[0].begin(), a.multi[0].end(),
-                                 [](const CMemoryInfo& m) { return m.m_strCode == "2330"; });
+    const auto it =
+        std::find_if(a.multi[0].begin(), a.multi[0].end(), [](const CMemoryInfo& m) { return m.m_strCode == "2330"; });
     ASSERT_NE(it, a.multi[0].end());
     EXPECT_EQ(it->m_iLast, quote_price::tickUp(ref)) << "the trade made while disconnected";
     ASSERT_EQ(b.multi.size(), 1u);

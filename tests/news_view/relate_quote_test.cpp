@@ -35,8 +35,8 @@ protected:
     RelateQuoteTest() {
         m_first = addNews(16, taipei(9, 30), 1, "first");
         m_second = addNews(16, taipei(9, 40), 2, "second");
-        m_backend.setRelatedSymbols(m_first, {CSymbolInfo{16, "2330", {}}, CSymbolInfo{16, "2454", {}},
-                                              CSymbolInfo{16, "2330", {}}});
+        m_backend.setRelatedSymbols(
+            m_first, {CSymbolInfo{16, "2330", {}}, CSymbolInfo{16, "2454", {}}, CSymbolInfo{16, "2330", {}}});
         m_backend.setRelatedSymbols(m_second, {CSymbolInfo{16, "2317", {}}});
         m_backend.setMemory(quote("2330", 58000, 58500));
         m_backend.setMemory(quote("2454", 90000, 89100));

@@ -26,12 +26,12 @@
 #include "apps/newsterm/flash_line.h"
 #include "apps/newsterm/main_window.h"
 #include "headline_list/headline_columns.h"
+#include "host/framework/sync_info.h"
 #include "host/ui/controls.h"
 #include "host/ui/sheet.h"
 #include "news_view/news_ctrl_view.h"
 #include "news_view/news_ids.h"
 #include "search/news_relate_symbol_quote_view.h"
-#include "host/framework/sync_info.h"
 #include "story/news_story_dlg.h"
 #include "story/news_story_view.h"
 #include "story/quote_dlg_tip_msg.h"
@@ -804,4 +804,3 @@ TEST_F(NewstermReadingTest, TheStorysSymbolShowsItsLiveQuoteAndADoubleClickLinks
 }
 
 } // namespace
-
