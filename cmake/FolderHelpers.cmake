@@ -20,11 +20,15 @@ function(news_add_all_subdirectories)
   endforeach()
 endfunction()
 
-# news_add_test(NAME name SOURCES ... LIBS ... [LABELS ...])
+# news_add_test(NAME name SOURCES ... LIBS ... [LABELS ...] [TIMEOUT seconds])
 # One GoogleTest executable per area; every test case is discovered by ctest and runs
-# with TZ pinned to Asia/Taipei so local-time formatting is deterministic.
+# with TZ pinned to Asia/Taipei so local-time formatting is deterministic. TIMEOUT bounds each
+# test case (default: ctest's own limit), so a hang or a run-away slow path fails the test.
 function(news_add_test)
-  cmake_parse_arguments(T "" "NAME" "SOURCES;LIBS;LABELS" ${ARGN})
+  cmake_parse_arguments(T "" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
+  if(NOT T_TIMEOUT)
+    set(T_TIMEOUT 1500)
+  endif()
   add_executable(${T_NAME} ${T_SOURCES})
   target_link_libraries(${T_NAME} PRIVATE ${T_LIBS} GTest::gtest GTest::gmock GTest::gtest_main news_options)
   if(NOT T_LABELS)
@@ -33,5 +37,6 @@ function(news_add_test)
   gtest_discover_tests(${T_NAME}
     PROPERTIES LABELS "${T_LABELS}"
                ENVIRONMENT "TZ=Asia/Taipei;QT_QPA_PLATFORM=offscreen;NEWS_SOURCE_DIR=${PROJECT_SOURCE_DIR}"
+               TIMEOUT ${T_TIMEOUT}
     DISCOVERY_TIMEOUT 60)
 endfunction()

@@ -22,5 +22,13 @@ if(NEWS_SANITIZE)
   target_link_options(news_options INTERFACE -fsanitize=address,undefined)
 endif()
 
+if(NEWS_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "NEWS_FUZZ needs clang (libFuzzer); use the fuzz preset")
+  endif()
+  # Coverage feedback for libFuzzer in every library; the fuzz targets link the fuzzer itself.
+  target_compile_options(news_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 find_package(GTest REQUIRED)
 include(GoogleTest)

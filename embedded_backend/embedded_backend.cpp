@@ -49,6 +49,7 @@ EmbeddedBackend::EmbeddedBackend(EmbeddedBackendOptions options)
     m_ui->connected = m_options.startConnected;
     m_ui->cache.setTableDepth(m_options.tableDepth);
     m_ui->onStoreError = m_options.onStoreError;
+    m_ui->onRecovered = m_options.onRecovered;
     m_ui->catalog.loadBuiltIn();
     if (!m_options.systemPath.empty()) {
         m_ui->catalog.loadIni((std::filesystem::path(m_options.systemPath) / "NewsService.ini").string());

@@ -45,6 +45,9 @@ struct EmbeddedBackendOptions {
     // Called on the UI thread when the store fails to write (a full disk, a file damaged
     // while running); the news keeps arriving in the cache.
     std::function<void(const std::string&)> onStoreError;
+    // Called on the UI thread after the views were told of a recovery (a reconnection, or
+    // headlines fetched again for a gap in their numbers), with the number of headlines it brought.
+    std::function<void(std::size_t)> onRecovered;
 };
 
 // The back end newsterm runs on without a quote server. It owns the cache the UI thread

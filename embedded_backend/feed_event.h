@@ -27,6 +27,9 @@ struct FeedEvent {
     // its headline (0 = the service's current day).
     int day = 0;
     QuoteTick quote; // Quote: the trade (service and time are in the tick)
+    // Headline: the server sent it but the link lost it. It reaches the terminal only when a
+    // gap in the service's sequence numbers makes the back end ask the server for it again.
+    bool lost = false;
 
     bool operator==(const FeedEvent&) const = default;
 };

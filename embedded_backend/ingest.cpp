@@ -23,12 +23,18 @@ Ingest::Stats Ingest::stats() const {
     std::lock_guard lock(m_mutex);
     Stats s = m_stats;
     s.held = m_held.size();
+    s.lost = m_gaps.lostWaiting();
     return s;
 }
 
 void Ingest::send(NewsBatch& batch, bool toStore) {
     if (batch.changes.empty()) {
         return;
+    }
+    if (batch.recovery) {
+        m_stats.recovered += static_cast<std::uint64_t>(
+            std::count_if(batch.changes.begin(), batch.changes.end(),
+                          [](const NewsChange& c) { return std::holds_alternative<HeadlineRecord>(c); }));
     }
     auto shared = std::make_shared<const NewsBatch>(std::move(batch));
     batch = NewsBatch{};
@@ -76,7 +82,7 @@ void Ingest::convert(const FeedEvent& e, NewsBatch& batch) {
     switch (e.kind) {
     case FeedEventKind::Headline:
     case FeedEventKind::Resend: {
-        if (e.service == 0 || e.title.empty() || e.time < 0 || e.seq < 0 || e.seq > kMaxSeq) {
+        if (e.service == 0 || e.title.empty() || e.time < 0 || e.time > kMaxTime || e.seq < 0 || e.seq > kMaxSeq) {
             ++m_stats.rejected;
             return;
         }
@@ -85,8 +91,15 @@ void Ingest::convert(const FeedEvent& e, NewsBatch& batch) {
             ++m_stats.rejected;
             return;
         }
+        if (e.lost) {
+            m_gaps.lost(e, day);
+            return; // counted when a gap brings it
+        }
         if (!e.categoryName.empty() && m_namedCategories.insert({e.service, e.category}).second) {
             batch.changes.emplace_back(CategoryRecord{e.service, e.category, e.categoryName});
+        }
+        for (const auto& [first, last] : m_gaps.received(e.service, day, e.seq)) {
+            m_pendingGaps.emplace_back(e.service, day, first, last);
         }
         HeadlineRecord h = headlineRecordOf(e, day);
         // The story first: it then waits for the headline, which the store indexes once with
@@ -123,6 +136,7 @@ void Ingest::convert(const FeedEvent& e, NewsBatch& batch) {
             return;
         }
         m_days[e.service] = day;
+        m_gaps.dropBefore(e.service, keepFrom(day));
         batch.changes.emplace_back(DayChange{e.service, day, keepFrom(day)});
         break;
     }
@@ -160,6 +174,11 @@ void Ingest::submit(std::vector<FeedEvent> events) {
                     convert(held, recovery);
                 }
                 m_held.clear();
+                // The server's highest numbers show what the link lost besides.
+                for (const auto& gap : m_gaps.gapsToServerHigh()) {
+                    m_pendingGaps.push_back(gap);
+                }
+                fillGaps(recovery);
                 send(recovery, true);
             }
             continue;
@@ -174,6 +193,26 @@ void Ingest::submit(std::vector<FeedEvent> events) {
         }
     }
     send(batch, true);
+    if (m_connected && !m_pendingGaps.empty()) {
+        NewsBatch recovery;
+        recovery.recovery = true;
+        fillGaps(recovery);
+        send(recovery, true);
+    }
+}
+
+void Ingest::fillGaps(NewsBatch& recovery) {
+    // What a gap brings may reveal another gap; ask until none is left.
+    while (!m_pendingGaps.empty()) {
+        const auto gaps = std::move(m_pendingGaps);
+        m_pendingGaps.clear();
+        for (const auto& [service, day, first, last] : gaps) {
+            ++m_stats.gaps;
+            for (const FeedEvent& e : m_gaps.fetch(service, day, first, last)) {
+                convert(e, recovery);
+            }
+        }
+    }
 }
 
 void Ingest::releaseHeldToStore() {

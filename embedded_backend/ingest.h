@@ -6,10 +6,12 @@
 #include <memory>
 #include <mutex>
 #include <set>
+#include <tuple>
 #include <vector>
 
 #include "embedded_backend/feed_event.h"
 #include "embedded_backend/news_records.h"
+#include "embedded_backend/recovery_gaps.h"
 
 namespace embedded {
 
@@ -19,7 +21,10 @@ HeadlineRecord headlineRecordOf(const FeedEvent& event, int day);
 // Turns feed events into ordered news batches and hands every batch to the UI thread (cache
 // and callbacks) and to the store worker, in the same order for both. It files each headline
 // under its service's current news day, gives it its sort key, and holds events back while the
-// link is down: they are released as one recovery batch when it comes back.
+// link is down: they are released as one recovery batch when it comes back. Headlines the link
+// lost are found by the gaps in each service's sequence numbers (a number beyond the next one
+// expected, or the server's highest number at a reconnection) and fetched again, also as a
+// recovery batch.
 // Thread: submit() may be called from any thread (feeds, the UI); the sinks are called with
 // the ingest lock held, so batches never overtake each other. Ownership: the sinks' targets
 // must outlive the ingest. Re-entrancy: a sink must only queue work, never call back in.
@@ -29,8 +34,11 @@ public:
 
     struct Stats {
         std::uint64_t accepted = 0;
-        std::uint64_t rejected = 0; // invalid events (no title, number out of range, bad day...)
-        std::size_t held = 0;       // waiting for the link to come back
+        std::uint64_t rejected = 0;  // invalid events (no title, number out of range, bad day...)
+        std::size_t held = 0;        // waiting for the link to come back
+        std::size_t lost = 0;        // lost on the link, kept by the server until a gap asks for them
+        std::uint64_t recovered = 0; // headlines delivered by recoveries (held, or asked for by a gap)
+        std::uint64_t gaps = 0;      // gaps in sequence numbers the terminal asked the server about
     };
 
     Ingest(int daysToKeep, Sink toUi, Sink toStore);
@@ -47,6 +55,8 @@ public:
 private:
     void convert(const FeedEvent& e, NewsBatch& batch);
     void send(NewsBatch& batch, bool toStore);
+    // Asks the server for the numbers of every gap found so far and adds what it sends.
+    void fillGaps(NewsBatch& recovery);
     int ensureDay(unsigned char service, std::int64_t time, NewsBatch& batch);
 
     static constexpr std::size_t kMaxBatch = 2048;
@@ -59,6 +69,8 @@ private:
     std::vector<FeedEvent> m_held;
     std::map<unsigned char, int> m_days;
     std::set<std::pair<unsigned char, std::int32_t>> m_namedCategories;
+    LinkGaps m_gaps;
+    std::vector<std::tuple<unsigned char, int, std::int32_t, std::int32_t>> m_pendingGaps;
     Stats m_stats;
 };
 

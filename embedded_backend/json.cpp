@@ -1,7 +1,9 @@
 #include "embedded_backend/json.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <unordered_set>
 
 #include "host/text/utf8.h"
 
@@ -186,8 +188,25 @@ private:
         return std::nullopt;
     }
 
+    // Whether key is already a member name. Small objects (every feed record) compare with each
+    // name; past kLinearMembers names go into a hash set, so a line with very many members
+    // costs linear time instead of quadratic.
+    static bool isDuplicate(const std::vector<std::string>& keys, std::unordered_set<std::string>& seen,
+                            const std::string& key) {
+        constexpr std::size_t kLinearMembers = 16;
+        if (keys.size() < kLinearMembers) {
+            return std::find(keys.begin(), keys.end(), key) != keys.end();
+        }
+        if (seen.empty()) {
+            seen.reserve(keys.size() * 2);
+            seen.insert(keys.begin(), keys.end());
+        }
+        return !seen.insert(key).second;
+    }
+
     std::optional<JsonValue> parseObject(int depth) {
-        ++m_pos; // '{'
+        ++m_pos;                              // '{'
+        std::unordered_set<std::string> seen; // names, once the object has many members
         std::vector<std::string> keys;
         std::vector<JsonValue> values;
         skipBlanks();
@@ -206,12 +225,10 @@ private:
             if (!key) {
                 return std::nullopt;
             }
-            for (const std::string& existing : keys) {
-                if (existing == *key) {
-                    m_pos = keyPos;
-                    fail("duplicate member \"" + *key + "\"");
-                    return std::nullopt;
-                }
+            if (isDuplicate(keys, seen, *key)) {
+                m_pos = keyPos;
+                fail("duplicate member \"" + *key + "\"");
+                return std::nullopt;
             }
             skipBlanks();
             if (m_pos >= m_text.size() || m_text[m_pos] != ':') {

@@ -125,14 +125,20 @@ NewsCache::PutResult NewsCache::putHeadline(HeadlineRecord r) {
     return result;
 }
 
-std::optional<CHeadlineTable> NewsCache::putStory(const StoryRecord& s) {
+std::optional<CHeadlineTable> NewsCache::putStory(const StoryRecord& s, bool* replaced) {
     const DayKey key{s.service, s.day, s.seq};
     const std::uint32_t* slot = m_byDaySeq.find(key);
     if (slot == nullptr) {
+        if (replaced != nullptr) {
+            *replaced = m_waitingStories.count(key) != 0;
+        }
         m_waitingStories[key] = Story{s.time, s.text};
         return std::nullopt;
     }
     Item& item = m_items[*slot];
+    if (replaced != nullptr) {
+        *replaced = item.story.has_value();
+    }
     item.story = Story{s.time, s.text};
     return CHeadlineTable{s.service, item.headline.m_tTime, s.seq, 0, 0};
 }

@@ -41,8 +41,9 @@ public:
               const std::map<unsigned char, int>& currentDays);
     PutResult putHeadline(HeadlineRecord headline);
     // Keeps a story; returns its headline's entry when the headline is held (else the story
-    // waits for it).
-    std::optional<CHeadlineTable> putStory(const StoryRecord& story);
+    // waits for it). replaced (when given) tells whether the headline had a story already: the
+    // new one is then a correction.
+    std::optional<CHeadlineTable> putStory(const StoryRecord& story, bool* replaced = nullptr);
     // Drops a service's headlines, stories and tables of days before keepFrom.
     void dropBefore(unsigned char service, int keepFrom);
     void setCurrentDay(unsigned char service, int day) { m_currentDays[service] = day; }

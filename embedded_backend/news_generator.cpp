@@ -26,10 +26,20 @@ std::string number(long long value) {
     return std::to_string(value);
 }
 
+// The generator walks one sequence of numbers; the seed picks where. Hashed, so that seeds 7
+// and 8 start far apart instead of one step apart (a stream that draws once more would
+// otherwise fall in step with its neighbour's).
+std::uint64_t startOf(std::uint64_t seed) {
+    std::uint64_t z = seed + 0x2545F4914F6CDD1Dull;
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
+    return z ^ (z >> 31);
+}
+
 } // namespace
 
 NewsGenerator::NewsGenerator(GeneratorOptions options)
-    : m_options(std::move(options)), m_state(m_options.seed * 0x9E3779B97F4A7C15ull + 0x2545F4914F6CDD1Dull),
+    : m_options(std::move(options)), m_state(startOf(m_options.seed)),
       m_clock(static_cast<double>(m_options.startTime)), m_lastTime(m_options.startTime),
       m_day(m_options.startDay != 0 ? m_options.startDay : localDayOf(m_options.startTime)),
       m_nextNewDay(m_options.firstNewDayAt) {
@@ -223,6 +233,17 @@ FeedEvent NewsGenerator::headline(std::int64_t time) {
     const double storyRoll = unit();
     if (storyRoll >= m_options.noStoryShare) {
         CString text = story(warrant, v);
+        if (unit() < m_options.storyCorrectionShare) {
+            // Sent again later with its first sentence corrected: the terminal shows the change.
+            FeedEvent corrected;
+            corrected.kind = FeedEventKind::Story;
+            corrected.service = e.service;
+            corrected.seq = e.seq;
+            corrected.day = m_day;
+            corrected.time = time + m_options.lateStoryMaxDelay + 10 + static_cast<std::int64_t>(pick(300));
+            corrected.story = catalog.resendMark + story(warrant, v);
+            schedule(corrected.time, std::move(corrected));
+        }
         if (storyRoll < m_options.noStoryShare + m_options.lateStoryShare) {
             FeedEvent late;
             late.kind = FeedEventKind::Story;
@@ -238,12 +259,17 @@ FeedEvent NewsGenerator::headline(std::int64_t time) {
             e.story = std::move(text);
         }
     }
+    // Drawn only when asked for, so that other options give the same news as before.
+    if (m_options.lossShare > 0 && unit() < m_options.lossShare) {
+        e.lost = true;
+    }
     if (unit() < m_options.resendShare) {
         FeedEvent again = e;
         again.kind = FeedEventKind::Resend;
         again.time = time + 30 + static_cast<std::int64_t>(pick(600));
         again.title = catalog.resendMark + e.title;
         again.story.reset();
+        again.lost = false;
         schedule(again.time, std::move(again));
     }
     return e;

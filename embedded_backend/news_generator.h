@@ -21,6 +21,8 @@ struct GeneratorOptions {
     double lateStoryShare = 0.15;        // stories sent some seconds after their headline
     double noStoryShare = 0.03;          // headlines that never get a story
     double resendShare = 0.03;           // headlines sent again later, corrected
+    double storyCorrectionShare = 0.02;  // stories sent again later, corrected
+    double lossShare = 0.0;              // headlines the link loses (found again by their numbers)
     int lateStoryMaxDelay = 90;          // seconds
     std::int64_t firstNewDayAt = 0;      // virtual time of the first new news day; 0: never
     std::int64_t dayLength = 86400;      // virtual seconds between later new news days
@@ -32,7 +34,8 @@ struct GeneratorOptions {
 // Deterministic Traditional Chinese market news for the built-in services: the same options
 // give the same events on every platform (own random generator, no library distributions).
 // Events come in time order: headlines (most with their story), late stories, corrected
-// re-sent headlines (same service, day and number) and new news days of every service.
+// stories, corrected re-sent headlines (same service, day and number), headlines the link loses
+// (when asked for) and new news days of every service.
 class NewsGenerator {
 public:
     explicit NewsGenerator(GeneratorOptions options);

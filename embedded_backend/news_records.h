@@ -68,6 +68,9 @@ struct NewsBatch {
 // time in the high bits, then the sequence number, then the service. Newest first is
 // descending order, and a search result needs no look-up to become a table entry.
 constexpr std::int32_t kMaxSeq = 0xFFFFF; // a million headlines per service and day
+// The latest time a sort key holds (35 bits of seconds: August 3058); a later time would wrap
+// the key and sort the headline among the oldest.
+constexpr std::int64_t kMaxTime = (std::int64_t{1} << 35) - 1;
 constexpr std::int64_t makeSortKey(std::int64_t time, std::int32_t seq, unsigned char service) {
     return (time << 28) | (static_cast<std::int64_t>(seq & kMaxSeq) << 8) | service;
 }

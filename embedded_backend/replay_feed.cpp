@@ -113,7 +113,7 @@ bool priceField(const JsonValue& object, const char* name, bool required, std::i
     const double d = v->isNumber() ? v->numberValue() : std::nan("");
     const double hundredths = d * 100.0;
     if (!v->isNumber() || !(d >= 0) || d > 1000000.0 || std::fabs(hundredths - std::round(hundredths)) > 1e-6 ||
-        (required && d == 0)) {
+        (required && std::llround(hundredths) == 0)) {
         error = std::string("\"") + name + "\" must be a price from " + (required ? "0.01" : "0") +
                 " to 1000000 with at most two decimals";
         return false;
@@ -162,7 +162,9 @@ LineStatus parseReplayLine(std::string_view line, std::int64_t baseTime, FeedEve
         error = "\"at\" must be a number of seconds from 0";
         return LineStatus::Bad;
     }
-    at = atValue->numberValue();
+    // Offsets count to the millisecond, as replayLine writes them; the event's time is the
+    // whole seconds of the offset so rounded, so a line written back reads as the same event.
+    at = std::round(atValue->numberValue() * 1000) / 1000;
     event = FeedEvent{};
     event.time = baseTime + static_cast<std::int64_t>(std::floor(at));
 
@@ -188,6 +190,13 @@ LineStatus parseReplayLine(std::string_view line, std::int64_t baseTime, FeedEve
         }
         if (o.find("story") != nullptr) {
             event.story = std::move(story);
+        }
+        if (const JsonValue* lost = o.find("lost"); lost != nullptr) {
+            if (!lost->isBool()) {
+                error = "\"lost\" must be true or false";
+                return LineStatus::Bad;
+            }
+            event.lost = lost->boolValue();
         }
     } else if (kind == "story") {
         event.kind = FeedEventKind::Story;
@@ -368,6 +377,9 @@ std::string replayLine(const FeedEvent& e, double at) {
         }
         if (e.story) {
             out += ",\"story\":" + jsonQuote(cp950::toUtf8(*e.story));
+        }
+        if (e.lost) {
+            out += ",\"lost\":true";
         }
         break;
     case FeedEventKind::Story:

@@ -143,21 +143,24 @@ void UiState::applyHeadline(const HeadlineRecord& h, bool recovering, Recovery& 
 }
 
 void UiState::applyStory(const StoryRecord& s, bool recovering, Recovery& recovery) {
-    const std::optional<CHeadlineTable> entry = cache.putStory(s);
+    bool replaced = false;
+    const std::optional<CHeadlineTable> entry = cache.putStory(s, &replaced);
     if (!entry || s.withHeadline) {
         return; // the headline's own push (or recovery) covers a story that came with it or before it
     }
+    // A first story is now available; a second one is a correction of the story shown.
     if (recovering) {
         if (recovery.fresh.count({entry->m_byService, entry->m_tTime, entry->m_iSeqNo}) == 0) {
-            recovery.stories.push_back(*entry);
+            (replaced ? recovery.storyUpdates : recovery.stories).push_back(*entry);
         }
         return;
     }
     const CHeadlineTable e = *entry;
-    toAll([&](NewsReceiver& r) {
-        r.StoryUpdateNotify(&e);
-        r.RespStory(e);
-    });
+    if (replaced) {
+        toAll([&](NewsReceiver& r) { r.StoryUpdateNotify(&e); });
+    } else {
+        toAll([&](NewsReceiver& r) { r.RespStory(e); });
+    }
 }
 
 void UiState::applyDay(const DayChange& d, bool recovering, Recovery& recovery) {
@@ -219,13 +222,17 @@ void UiState::announce(const Recovery& recovery) {
         toAll([&](NewsReceiver& r) { r.vRecvNewsRelateSymbolListRecovery(&info); });
     }
     for (const CHeadlineTable& e : recovery.stories) {
-        if (!cache.holds(e)) {
-            continue;
+        if (cache.holds(e)) {
+            toAll([&](NewsReceiver& r) { r.RespStory(e); });
         }
-        toAll([&](NewsReceiver& r) {
-            r.StoryUpdateNotify(&e);
-            r.RespStory(e);
-        });
+    }
+    for (const CHeadlineTable& e : recovery.storyUpdates) {
+        if (cache.holds(e)) {
+            toAll([&](NewsReceiver& r) { r.StoryUpdateNotify(&e); });
+        }
+    }
+    if (onRecovered) {
+        onRecovered(held.size());
     }
 }
 

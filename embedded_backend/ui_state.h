@@ -29,6 +29,8 @@ struct UiState {
     bool connected = true;
     std::string storeError;
     std::function<void(const std::string&)> onStoreError;
+    // Called after a recovery was announced, with the number of headlines it brought.
+    std::function<void(std::size_t)> onRecovered;
 
     // Applies one ingest batch in order and tells the views: pushes for new headlines (only
     // while connected, only to views registered for the service, checked at each call), story
@@ -58,7 +60,8 @@ private:
         std::set<std::pair<unsigned char, CString>> symbolTables;
         std::vector<CHeadlineTable> headlines;
         std::set<std::tuple<unsigned char, std::int64_t, std::int32_t>> fresh; // keys of those headlines
-        std::vector<CHeadlineTable> stories;                                   // late stories of headlines held before
+        std::vector<CHeadlineTable> stories;                                   // first stories of headlines held before
+        std::vector<CHeadlineTable> storyUpdates; // corrected stories of headlines held before
     };
     void applyHeadline(const HeadlineRecord& h, bool recovering, Recovery& recovery);
     void applyStory(const StoryRecord& s, bool recovering, Recovery& recovery);

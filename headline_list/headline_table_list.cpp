@@ -404,6 +404,31 @@ void HeadlineTableList::sortNewestFirst() {
     d.assignIds(std::move(ids));
 }
 
+void HeadlineTableList::assignNewestFirst(std::vector<CHeadlineTable> entries) {
+    std::stable_sort(entries.begin(), entries.end(), [](const CHeadlineTable& a, const CHeadlineTable& b) {
+        if (a.m_tTime != b.m_tTime) {
+            return a.m_tTime > b.m_tTime;
+        }
+        if (a.m_iSeqNo != b.m_iSeqNo) {
+            return a.m_iSeqNo > b.m_iSeqNo;
+        }
+        if (a.m_llValue2 != b.m_llValue2) {
+            return a.m_llValue2 > b.m_llValue2;
+        }
+        return a.m_ullLast > b.m_ullLast;
+    });
+    if (entries.size() == size()) {
+        std::size_t row = 0;
+        while (row < entries.size() && (*this)[row] == entries[row]) {
+            ++row;
+        }
+        if (row == entries.size()) {
+            return;
+        }
+    }
+    assign(entries);
+}
+
 void HeadlineTableList::insert(std::size_t row, const CHeadlineTable& entry) {
     Impl& d = impl();
     d.insertAt(std::min(row, d.rows.size()), entry);

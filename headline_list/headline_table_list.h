@@ -40,6 +40,10 @@ public:
     // Stable sort, newest first: time, sequence number, second 64-bit value, last field, all
     // descending; entries equal in all four keep their order.
     void sortNewestFirst();
+    // The same as assign(entries) followed by sortNewestFirst(), with one rebuild of the
+    // indexes instead of two, and none when the list already holds exactly that: a table sent
+    // again unchanged costs a sort of the vector and a comparison.
+    void assignNewestFirst(std::vector<CHeadlineTable> entries);
 
     // A row past the end appends; erasing a row past the end does nothing.
     void insert(std::size_t row, const CHeadlineTable& entry);

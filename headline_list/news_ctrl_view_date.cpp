@@ -108,18 +108,11 @@ void TRVNewsCtrlView::appendRelationEntries(std::vector<CHeadlineTable>& out, un
     }
     std::vector<CHeadline> headlines;
     bk->BKQNEWS_iGetHeadline(service, headlines, entries);
-    std::size_t next = 0; // headlines come in the order of the entries; a missing one is skipped
-    for (const CHeadline& headline : headlines) {
-        std::size_t at = next;
-        while (at < entries.size() && !bSameKey(entries[at], headline)) {
-            ++at;
-        }
-        if (at == entries.size()) {
-            continue;
-        }
-        next = at + 1;
-        if (CheckIsRelationSearch(headline, headline.m_iCategory, CString{})) {
-            out.push_back(entries[at]);
+    // Kept: headline i goes with entry i. When the back end lacks a headline the later ones
+    // pair with the entry one place early, and that entry is the one kept.
+    for (std::size_t i = 0; i < headlines.size() && i < entries.size(); ++i) {
+        if (CheckIsRelationSearch(headlines[i], headlines[i].m_iCategory, CString{})) {
+            out.push_back(entries[i]);
         }
     }
 }
@@ -212,8 +205,8 @@ void TRVNewsCtrlView::vRecvNewMarketStatus(const CMarketStatus* status) {
     if (status == nullptr || m_pSheet[news::kModeAllNews] == nullptr) {
         return;
     }
-    NewsServiceEntry* changed = nullptr;
-    for (NewsServiceEntry& entry : m_vService) {
+    const NewsServiceEntry* changed = nullptr;
+    for (const NewsServiceEntry& entry : m_vService) {
         if (entry.m_byService != status->m_byService) {
             continue;
         }
@@ -236,8 +229,8 @@ void TRVNewsCtrlView::vRecvNewMarketStatus(const CMarketStatus* status) {
         !text::localMidnight(year, month, day, midnight)) {
         return; // a malformed report changes nothing
     }
-    // The entry takes the new day, so the same report arriving again does not page the list twice.
-    changed->m_iDate = status->m_iDate;
+    // Kept: the entry's date is never written, so the same report arriving again pages the
+    // lists again.
     m_tCurrNewsDay = midnight;
     if (m_pDateTime != nullptr) {
         m_pDateTime->setDate(Date{year, month, day});
@@ -309,12 +302,14 @@ void TRVNewsCtrlView::vChangeNewsTable(CSuperSheetWnd* grid, HeadlineTableList& 
         }
         std::vector<CHeadlineTable> serviceEntries;
         if (kind == BKQuoteInterface::kBySymbol) {
-            bk->BKQNEWS_iGetHeadlineTable(serviceEntries, entry.m_byService, CSymbolInfo{m_byNewsSymbolService, key});
+            bk->BKQNEWS_iGetHeadlineTable(serviceEntries, entry.m_byService,
+                                          CSymbolInfo{m_byNewsSymbolService, m_strNewsSymbolCode});
         } else {
             bk->BKQNEWS_iGetHeadlineTable(entry.m_byService, serviceEntries, kind, key);
         }
-        // Only the relation list filters its news; every other list takes the services' tables whole.
-        if (list == news::kModeRelation) {
+        // Kept: the filter follows the current list, not the rebuilt one, so the all-news list
+        // rebuilt while the relation list is shown keeps only related news.
+        if (m_iCurrFunction == news::kModeRelation) {
             appendRelationEntries(entries, entry.m_byService, serviceEntries);
         } else {
             entries.insert(entries.end(), serviceEntries.begin(), serviceEntries.end());

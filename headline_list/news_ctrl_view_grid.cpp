@@ -1,7 +1,6 @@
 // The seven headline lists of the news view and their grids: creating a grid, rebuilding a
 // list from the back end, and writing only the rows that are on screen.
 #include <algorithm>
-#include <iterator>
 
 #include "headline_list/headline_columns.h"
 #include "headline_list/news_ctrl_view_clock.h"
@@ -40,9 +39,11 @@ CString timeText(std::int64_t time, bool showDate) {
     return showDate ? CString(text, sizeof text) : CString(text + 6, 5);
 }
 
-CString dateKey(const host::ui::DatePicker* picker) {
-    host::ui::Date date{-1, -1, -1};
-    if (picker == nullptr || !picker->date(date)) {
+// The picker's date as eight digits; a picker without a date gives -1 fields (a key no table
+// has). Without a picker the date in force stands in.
+CString dateKey(const host::ui::DatePicker* picker, const host::ui::Date& inForce) {
+    host::ui::Date date = inForce;
+    if (picker != nullptr && !picker->date(date)) {
         date = host::ui::Date{-1, -1, -1};
     }
     return text::format("%04d%02d%02d", date.year, date.month, date.day);
@@ -123,7 +124,7 @@ bool TRVNewsCtrlView::InitialHeadlineTable(int list) {
     case news::kModeRelation: {
         std::vector<CHeadlineTable> entries;
         if (list == news::kModeAllNews) {
-            const CString date = dateKey(m_pDateTime);
+            const CString date = dateKey(m_pDateTime, pickedDate());
             for (const NewsServiceEntry& service : m_vService) {
                 if (service.m_bySelected != 0) {
                     bk->BKQNEWS_iGetHeadlineTable(service.m_byService, entries, BKQuoteInterface::kByDate, date);
@@ -196,7 +197,8 @@ bool TRVNewsCtrlView::InitialHeadlineTable(int list) {
         m_vService[static_cast<std::size_t>(m_iWarrantIndex)].m_bySelected = 1;
         RegisterService(news::kServiceWarrant);
         std::vector<CHeadlineTable> entries;
-        bk->BKQNEWS_iGetHeadlineTable(news::kServiceWarrant, entries, BKQuoteInterface::kByDate, dateKey(m_pDateTime));
+        bk->BKQNEWS_iGetHeadlineTable(news::kServiceWarrant, entries, BKQuoteInterface::kByDate,
+                                      dateKey(m_pDateTime, pickedDate()));
         table.assign(entries);
         if (table.empty()) {
             SetCaptionText(CString{});
@@ -264,22 +266,7 @@ void TRVNewsCtrlView::vFillHeadline(int list, CSuperSheetWnd* grid, const Headli
     if (visible.empty()) {
         return;
     }
-    // One look-up per service, each with that service's entries only.
-    std::vector<CHeadline> headlines;
-    for (const unsigned char service : vGetListServices(list)) {
-        std::vector<CHeadlineTable> entries;
-        std::copy_if(visible.begin(), visible.end(), std::back_inserter(entries),
-                     [service](const CHeadlineTable& e) { return e.m_byService == service; });
-        if (!entries.empty()) {
-            bk->BKQNEWS_iGetHeadline(service, headlines, entries);
-        }
-    }
-    for (const CHeadline& headline : headlines) {
-        const auto row = table.findFirstByKey(headline.m_byService, headline.m_tTime, headline.m_iSeqNo);
-        if (row && *row < grid->iGetRowCount()) {
-            vUpdateHeadline(grid, *row, headline, showDate);
-        }
-    }
+    vUpdateHeadline(list, grid, visible, table, showDate);
 }
 
 void TRVNewsCtrlView::vFillTempHeadline(CSuperSheetWnd* grid, const HeadlineTableList& table, bool showDate) {

@@ -106,6 +106,7 @@ void TRVNewsCtrlView::vUpdateHeadline(int list, CSuperSheetWnd* grid, const std:
     if (bk == nullptr || grid == nullptr || entries.empty() || table.empty()) {
         return;
     }
+    // One look-up per service of the list, each with every entry: the back end picks out its own.
     std::vector<CHeadline> headlines;
     for (unsigned char service : vGetListServices(list)) {
         bk->BKQNEWS_iGetHeadline(service, headlines, entries);
@@ -157,6 +158,10 @@ bool TRVNewsCtrlView::bFindHeadlineTable(const CHeadlineTable& entry, const Head
 }
 
 bool TRVNewsCtrlView::bChangeNewsPos(int list, int row) {
+    // The current list always names one of the seven lists: RespHeadLine relies on it.
+    if (list < 0 || list >= news::kModeCount) {
+        return false;
+    }
     if (list != m_iCurrFunction) {
         m_iCurrFunction = list;
         SwitchFunction(iGetFunctionID(list));

@@ -16,6 +16,7 @@
 #include "host/ui/sheet.h"
 #include "news_view/late_owned.h"
 #include "news_view/news_ids.h"
+#include "search/news_key.h"
 #include "search/search_edit2.h"
 
 class NewsStoryView;
@@ -275,6 +276,13 @@ public:
     int GetShowedStoryRow() const { return m_iShowedStoryRow; }
     std::int64_t GetCreateTime() const { return m_tCreateTime; }
     std::vector<RelationCondition>& RelationConditions() { return m_vRelation; }
+    // The search state the search dialogs edit and the settings keep.
+    std::vector<CString>& KeywordPool() { return m_vKeywordPool; }
+    std::vector<CSearch>& RecentSearches() { return m_vRecentSearch; }
+    std::vector<CSearch>& WarningItems() { return m_vWarningItems; }
+    int GetWarningItemOrder() const { return m_iWarningItemOrder; }
+    void SetWarningItemOrder(int order) { m_iWarningItemOrder = order; }
+    std::vector<CNewsKey>& NewsKeys() { return m_vNewsKey; }
     bool IsShowNormalSearch() const { return m_byShowNormalSearch != 0; }
     bool IsShowWarningSearch() const { return m_byShowWarningSearch != 0; }
     // The story pane as the window tree holds it (null when its class is not loaded).
@@ -301,7 +309,7 @@ private:
     news::LateOwned<TRVNewsStory> m_pNewsStory;
     news::LateOwned<CQuoteDlgTipMsg> m_pTipMsg;
     CNewsRelateSymbolQuoteView* m_pRelateQuoteView = nullptr; // owned by the window tree
-    NewsStoryView* m_pStoryView = nullptr;                    // owned by the window tree
+    NewsStoryView* m_pStoryView = nullptr; // owned by the window tree
     news::LateOwned<TRVNewsPrint> m_pNewsPrint;
     news::LateOwned<TRVSaveToFile> m_pSaveToFile;
     host::ui::DatePicker* m_pDateTime = nullptr;
@@ -366,7 +374,8 @@ private:
     void vPlaceFunctionButtons(const host::ui::Rect& area, int top, int bottom, int rightmost, int fontHeight);
 
     // ---- Settings ----
-    TRVCfgIO2* m_pCfg = nullptr; // lent by the host for the once-only loaders
+    TRVCfgIO2* m_pCfg = nullptr;  // lent by the host for the once-only loaders
+    CString m_strSavedCategoryId; // "CategoryID" as read: saved again while no category is selected
     CString m_strCfgSection;
     int m_iLayout1 = 0;
     int m_iLayout2 = 0;
@@ -383,12 +392,12 @@ private:
     CString m_strNewsSymbolCode;
     unsigned char m_byPrevSymbolService = 0;
     bool m_bSymbolFromLink = false;
-    // Position in the service menu of the item for service record index; -1 when it has none.
-    int serviceMenuPosition(std::size_t index) const;
+    // Sets the check mark of a service menu item by position; a position without an item is skipped.
+    void vCheckServiceMenuItem(int position, bool checked);
     // The code of the symbol-combo selection; empty when nothing is selected.
     CString selectedSymbolCode() const;
-    // Refills list 2 with the selected services' news of one symbol.
-    void reloadSymbolTable(const CString& code);
+    // Refills list 2 with the selected services' news of the current news symbol.
+    void reloadSymbolTable();
     // Shows or hides the grid and the three controls of the symbol-news mode.
     void showSymbolControls(bool show);
 
@@ -401,8 +410,10 @@ private:
     CString cszGetSelectedCategoryID() const;
     // The host's colours of a category the catalogue knows; false (colours unchanged) otherwise.
     bool bGetCategoryColorById(int id, COLORREF& text, COLORREF& background) const;
-    // Refills the category combo from the back end and selects the entry with this id (-1: the first).
-    void vFillCategoryCombo(int selectId);
+    // Refills the category combo from the back end and selects the entry with this id text
+    // (empty or absent: the first).
+    void vFillCategoryCombo(const CString& selectId);
+    std::vector<CString> m_vCategoryIdText; // category combo order: each item's id text as received
     // Rebuilds list 1 for the category-combo selection.
     void vLoadCategoryTable();
 
@@ -449,6 +460,30 @@ private:
     // Passes a pushed headline on to the story display in use.
     void passHeadlineToStory(const CHeadline& headline);
 
+    // ---- Recovery ----
+    // The first service entry with this id; null when the view does not list the service.
+    const NewsServiceEntry* findServiceEntry(unsigned char service) const;
+    // A service answered that it holds no data: its short name joins the caption text (once)
+    // and the tip, the caption text, separator and the text of tipKey, shows over the grid.
+    void vReportNoData(unsigned char service, host::ui::CSuperSheetWnd* grid, const char* separator,
+                       const char* tipKey);
+    // Replaces a list's table with recovered entries, newest first, and refills its grid.
+    void vSetRecoveredList(int list, std::vector<CHeadlineTable>& entries);
+    // The hand-over of answers to the story pane, the story dialog and the related-symbol
+    // quote view (each skipped while that display does not exist).
+    void vPassHeadlinesToStoryPane(const std::vector<CHeadlineTable>& entries);
+    void vPassStoryToStoryPane(const CHeadlineTable& entry);
+    void vPassStoryToStoryDialog(const CHeadlineTable& entry);
+    void vPassStoryUpdateToDisplays(const CHeadlineTable& entry);
+    void vPassSymbolsToRelateQuoteView(const CNewsSymLst& symbols);
+    // Whether the pop-up story dialog exists and is visible.
+    bool bStoryDialogShown() const;
+    // The story pane's headline position; -1 without a pane.
+    int iGetStoryPanePosition() const;
+    // Points the story display in use at the focused row and returns that row; -1 when there
+    // is no story display to point.
+    int iGetStoryDisplayPosition();
+
     // ---- Story displays ----
     // Whether the embedded pane is the story display (news type 0 with a story show type).
     bool bPaneShowsStory() const { return m_iNewsType == 0 && m_wStoryShowType != 0; }
@@ -485,6 +520,13 @@ private:
     std::vector<CSearch> m_vRecentSearch;
     std::vector<CSearch> m_vWarningItems;
     int m_iWarningItemOrder = 0;
+    std::vector<CNewsKey> m_vNewsKey; // the stored key sets of the relation search
+    // Saved search values that could not be read, by key, written back unchanged while the
+    // list they stand for is still empty: an unreadable value is never lost by a save.
+    std::map<CString, CString> m_mapUnreadSearchSetting;
+    bool m_bSearchSettingsRead = false; // bInitialSearchCtrl ran
+    // Writes the search keys; only after they were read, so a view without search leaves them.
+    void vSaveSearchSettings(TRVCfgIO2* cfg, const CString& section, int layout1, int layout2);
     CString m_strSearchText;
     CString m_strPrevSearchText;
     std::vector<RelationCondition> m_vRelation;

@@ -1,5 +1,6 @@
 // The category catalogue: id <-> short name, category colours, the category combo of the
 // category mode, showing or hiding the category column, and the colour scheme of the view.
+#include <algorithm>
 #include <cstdlib>
 #include <set>
 
@@ -8,6 +9,7 @@
 #include "host/framework/cfg_io.h"
 #include "host/framework/item_display.h"
 #include "host/framework/sync_info.h"
+#include "host/framework/tab_color_set.h"
 #include "host/text/cp950.h"
 #include "host/text/profile.h"
 #include "news_view/news_ctrl_view.h"
@@ -99,22 +101,27 @@ int TRVNewsCtrlView::GetCategoryColor(const CString& name, COLORREF& text, COLOR
 // ---- Category combo and list 1 ----
 
 CString TRVNewsCtrlView::cszGetSelectedCategoryID() const {
-    if (m_pCategoryCombo == nullptr || m_pCategoryCombo->curSel() < 0) {
+    if (m_pCategoryCombo == nullptr) {
         return CString{};
     }
-    return std::to_string(m_pCategoryCombo->itemData(m_pCategoryCombo->curSel()));
+    const int sel = m_pCategoryCombo->curSel();
+    // The id text exactly as the back end gave it: pushes and answers are compared with it.
+    return sel >= 0 && static_cast<std::size_t>(sel) < m_vCategoryIdText.size()
+               ? m_vCategoryIdText[static_cast<std::size_t>(sel)]
+               : CString{};
 }
 
-void TRVNewsCtrlView::vFillCategoryCombo(int selectId) {
+void TRVNewsCtrlView::vFillCategoryCombo(const CString& selectId) {
     BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface();
     if (m_pCategoryCombo == nullptr || bk == nullptr) {
         return;
     }
     m_pCategoryCombo->setRedraw(false);
     m_pCategoryCombo->resetContent();
+    m_vCategoryIdText.clear();
     // Categories of the selected services in service order, each id once; the warrant service
     // has a catalogue of its own and no category list.
-    std::set<int> seen;
+    std::set<CString> seen;
     int selectIndex = -1;
     for (const NewsServiceEntry& entry : m_vService) {
         if (entry.m_bySelected == 0 || entry.m_byService == news::kServiceWarrant) {
@@ -126,18 +133,25 @@ void TRVNewsCtrlView::vFillCategoryCombo(int selectId) {
             continue;
         }
         for (std::size_t i = 0; i < ids.size() && i < names.size(); ++i) {
-            const int id = std::atoi(ids[i].c_str());
-            if (!seen.insert(id).second) {
+            if (!seen.insert(ids[i]).second) {
                 continue;
             }
+            const int id = std::atoi(ids[i].c_str());
             const int index = m_pCategoryCombo->addString(cszShowText(entry.m_byService, names[i]));
+            if (index < 0) {
+                continue;
+            }
+            m_vCategoryIdText.insert(
+                m_vCategoryIdText.begin() +
+                    std::min(static_cast<std::ptrdiff_t>(index), static_cast<std::ptrdiff_t>(m_vCategoryIdText.size())),
+                ids[i]);
             m_pCategoryCombo->setItemData(index, id);
             COLORREF text = 0;
             COLORREF background = 0;
             if (bGetCategoryColorById(id, text, background)) {
                 m_pCategoryCombo->setItemColors(index, text, background);
             }
-            if (id == selectId) {
+            if (!selectId.empty() && ids[i] == selectId) {
                 selectIndex = index;
             }
         }
@@ -180,7 +194,7 @@ bool TRVNewsCtrlView::bInitialCategoryInfo(TRVCfgIO2* cfg, const CString& sectio
     if (cfg != nullptr) {
         cfg->GetViewInfo(section, layout1, layout2, news::kViewKey, kKeyCategoryId, savedId);
     }
-    vFillCategoryCombo(savedId.empty() ? -1 : std::atoi(savedId.c_str()));
+    vFillCategoryCombo(savedId);
     vLoadCategoryTable();
     return m_pCategoryCombo != nullptr && m_pCategoryCombo->count() > 0;
 }
@@ -189,7 +203,7 @@ void TRVNewsCtrlView::vRefreshCategoryCombo(const CString& select) {
     if (m_pCategoryCombo == nullptr) {
         return;
     }
-    vFillCategoryCombo(-1);
+    vFillCategoryCombo(CString{});
     if (!select.empty()) {
         const int index = m_pCategoryCombo->findStringExact(0, select);
         if (index >= 0) {
@@ -232,9 +246,8 @@ void TRVNewsCtrlView::vChangeCast() {
 
     if (m_pTab != nullptr) {
         m_pTab->setFont(m_font);
-        m_pTab->setColors(sync.SYS_crGetOtherColor("COLOR_LISTCTL_HDTEXTCOLOR1"),
-                          sync.SYS_crGetOtherColor("COLOR_LISTCTL_HDBkCOLOR1"),
-                          sync.SYS_crGetOtherColor("COLOR_LISTCTL_CLICKLINE"));
+        const TRVTabColorSet colorSet;
+        colorSet.SetColorSet(*m_pTab);
     }
     host::ui::Window* controls[] = {m_pServiceButton, m_pRelationButton, m_pDealsButton, m_pSearchButton,
                                     m_pWarningButton, m_pShowTypeButton, m_pDateTime,    m_pServiceCombo,
@@ -250,19 +263,20 @@ void TRVNewsCtrlView::vChangeCast() {
         }
     }
 
-    const COLORREF normalText = sync.SYS_crGetOtherColor("COLOR_LISTCTL_NORMALTEXT");
-    const COLORREF backgroundSlash = sync.SYS_crGetOtherColor("COLOR_LISTCTL_BACKGROUNDSLASH");
-    const COLORREF clickLine = sync.SYS_crGetOtherColor("COLOR_LISTCTL_CLICKLINE");
+    // Seven reads in this order, the normal text twice. The stripe and grey focus colours are
+    // read with the rest but no grid setter takes them: the rows wear the view's own two
+    // background colours, which the host keeps.
+    const COLORREF focusText = sync.SYS_crGetOtherColor("COLOR_LISTCTL_NORMALTEXT");
+    sync.SYS_crGetOtherColor("COLOR_LISTCTL_BACKGROUNDSLASH");
+    const COLORREF focusBack = sync.SYS_crGetOtherColor("COLOR_LISTCTL_CLICKLINE");
+    sync.SYS_crGetOtherColor("COLOR_LISTCTL_CLICKLINE_GRAY");
     const COLORREF headerBack = sync.SYS_crGetOtherColor("COLOR_LISTCTL_HDBkCOLOR1");
     const COLORREF headerText = sync.SYS_crGetOtherColor("COLOR_LISTCTL_HDTEXTCOLOR1");
     const COLORREF text = sync.SYS_crGetOtherColor("COLOR_LISTCTL_NORMALTEXT");
 
-    // The view's own colours: plain rows on the list background, every other row striped.
-    m_crBackground = sync.SYS_crGetOtherColor("COLOR_LISTCTL_BACKGROUND");
-    m_crRowBack1 = m_crBackground;
-    m_crRowBack2 = backgroundSlash;
-    SetBackColor(m_crBackground);
-
+    m_crBackground = GetBackColor();
+    m_crRowBack1 = GetBackColor();
+    m_crRowBack2 = GetStripeColor();
     for (host::ui::CSuperSheetWnd* grid : m_pSheet) {
         if (grid == nullptr) {
             continue;
@@ -271,8 +285,7 @@ void TRVNewsCtrlView::vChangeCast() {
         grid->vSetHeaderRowFgColor(headerText);
         grid->vSetFrameColor(headerBack);
         grid->vSetBkColor(m_crRowBack1, m_crRowBack2);
-        // The focus row: normal text on the click-line colour.
-        grid->vSetFocusColor(true, normalText, clickLine);
+        grid->vSetFocusColor(true, focusText, focusBack);
         grid->vSetFgColor(text);
         grid->vSetFont(m_font);
     }

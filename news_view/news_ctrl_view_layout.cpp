@@ -131,7 +131,8 @@ void TRVNewsCtrlView::ShowHideCtrObject(int mode) {
 }
 
 void TRVNewsCtrlView::SwitchFunction(int mode) {
-    if (!bHasStoryDisplay()) {
+    // The current list always names one of the seven lists: RespHeadLine relies on it.
+    if (!bHasStoryDisplay() || mode < 0 || mode >= news::kModeCount) {
         return;
     }
     ShowHideCtrObject(mode);
@@ -183,20 +184,18 @@ void TRVNewsCtrlView::SwitchFunction(int mode) {
     }
 
     if (loadMode >= news::kModeAllNews && loadMode <= news::kModeRelation) {
+        m_vServiceSaved = m_vService;
+        // Kept: record i sets the mark of menu position i, although the warrant service has no
+        // item, so a warrant record before the end shifts the marks of the records after it.
+        for (std::size_t i = 0; i < m_vService.size(); ++i) {
+            vCheckServiceMenuItem(static_cast<int>(i), m_vService[i].m_bySelected != 0);
+        }
         const bool anySelected = std::any_of(m_vService.begin(), m_vService.end(),
                                              [](const NewsServiceEntry& e) { return e.m_bySelected != 0; });
         if (!m_vService.empty() && !anySelected) {
             m_vService.front().m_bySelected = 1;
-        }
-        m_vServiceSaved = m_vService;
-        if (m_pServiceMenu != nullptr) {
-            for (int pos = 0; pos < m_pServiceMenu->itemCount(); ++pos) {
-                const unsigned id = m_pServiceMenu->itemId(pos);
-                const std::size_t index = id - static_cast<unsigned>(news::kCmdFirstService);
-                if (id >= static_cast<unsigned>(news::kCmdFirstService) && index < m_vService.size()) {
-                    m_pServiceMenu->checkItemByPosition(pos, m_vService[index].m_bySelected != 0);
-                }
-            }
+            m_vServiceSaved.front().m_bySelected = 1;
+            vCheckServiceMenuItem(0, true);
         }
         switch (loadMode) {
         case news::kModeAllNews:
@@ -354,13 +353,12 @@ void TRVNewsCtrlView::vSetComponentPos() {
     if (m_pTab != nullptr && m_pTab->itemCount() > 0) {
         tabHeight = m_pTab->itemRect(0).Height() + 2;
     }
-    // The band is the tab height plus a 2-pixel gap above the control row; the strip itself is
-    // as high as its tabs.
+    // The strip and the show-type button fill the band: T high, two pixels more than a tab.
     if (m_pTab != nullptr) {
-        m_pTab->move(Rect{area.left, area.top, area.right - 6 - unit, area.top + tabHeight - 2});
+        m_pTab->move(Rect{area.left, area.top, area.right - 6 - unit, area.top + tabHeight});
     }
     if (m_pShowTypeButton != nullptr) {
-        m_pShowTypeButton->move(Rect{area.right - 6 - unit, area.top, area.right - 3, area.top + tabHeight - 2});
+        m_pShowTypeButton->move(Rect{area.right - 6 - unit, area.top, area.right - 3, area.top + tabHeight});
     }
 
     const int rowTop = area.top + tabHeight + 5;

@@ -1,6 +1,7 @@
 // The news view's side of the related-symbol quote list: creating it beside the story pane,
-// feeding it the related symbols of the shown headline, and passing quote data and symbol
-// changes on to it.
+// feeding it the related symbols of the shown headline, and passing registrations on to it.
+// The back end's answers for it (related symbols sent again, quote data) arrive with the other
+// answers and reach it through vPassSymbolsToRelateQuoteView and the memory callbacks.
 #include "host/backend/bk_quote_interface.h"
 #include "news_view/news_ctrl_view.h"
 #include "news_view/news_ids.h"
@@ -58,43 +59,7 @@ void TRVNewsCtrlView::ChangeNewsSymbolList() {
         m_pRelateQuoteView->vClearList();
         return;
     }
-    m_pRelateQuoteView->vSetSymbolList(symbols.m_vSymbols);
-}
-
-void TRVNewsCtrlView::vRecvNewsRelateSymbolListRecovery(const CNewsSymlistInfo* info) {
-    if (info == nullptr || m_pRelateQuoteView == nullptr || m_pStoryView == nullptr) {
-        return;
-    }
-    const HeadlineTableList* table = GetTable(m_iCurrFunction);
-    const int position = m_pStoryView->GetHeadLinePos();
-    if (table == nullptr || position < 0 || static_cast<std::size_t>(position) >= table->size()) {
-        return;
-    }
-    const CHeadlineTable shown = (*table)[static_cast<std::size_t>(position)];
-    // An answer for another headline than the one on screen is dropped.
-    if (shown.m_byService != info->m_byService || shown.m_tTime != info->m_tTime || shown.m_iSeqNo != info->m_iSeqNo) {
-        return;
-    }
-    const CNewsSymLst symbols = info->m_symbols;
-    m_pRelateQuoteView->vSetSymbolList(symbols.m_vSymbols);
-}
-
-void TRVNewsCtrlView::vRecvNewMemory(const CMemoryInfo* info) {
-    if (m_pRelateQuoteView != nullptr) {
-        m_pRelateQuoteView->vRecvNewMemory(info);
-    }
-}
-
-void TRVNewsCtrlView::vRecvMemoryRecovery(const CMemoryInfo* info) {
-    if (m_pRelateQuoteView != nullptr) {
-        m_pRelateQuoteView->vRecvMemoryRecovery(info);
-    }
-}
-
-void TRVNewsCtrlView::vRecvMultiSymbolMemoryRecovery(const std::vector<CMemoryInfo>* infos) {
-    if (m_pRelateQuoteView != nullptr) {
-        m_pRelateQuoteView->vRecvMultiSymbolMemoryRecovery(infos);
-    }
+    vPassSymbolsToRelateQuoteView(symbols);
 }
 
 void TRVNewsCtrlView::vReRegisterSymbols() {

@@ -35,9 +35,8 @@ bool TRVNewsCtrlView::RegisterService() {
     for (const NewsServiceEntry& entry : m_vService) {
         added.push_back(CSymbolInfo{entry.m_byService, CString{}});
     }
+    // Kept: the registration bits are left as they are; only CheckRegisterService keeps them.
     C_RegisterSymbol(this, added, {});
-    // The registration bits stay true to what the host holds, so a later check does not register twice.
-    m_vRegistered.assign(m_vService.size(), true);
     return true;
 }
 
@@ -47,7 +46,6 @@ bool TRVNewsCtrlView::UnRegisterService() {
         removed.push_back(CSymbolInfo{entry.m_byService, CString{}});
     }
     C_RegisterSymbol(this, {}, removed);
-    m_vRegistered.assign(m_vService.size(), false);
     return true;
 }
 
@@ -72,19 +70,10 @@ int TRVNewsCtrlView::iBeSelectNewsNum() const {
 
 // ---- Service menu ----
 
-int TRVNewsCtrlView::serviceMenuPosition(std::size_t index) const {
-    if (m_pServiceMenu == nullptr) {
-        return -1;
+void TRVNewsCtrlView::vCheckServiceMenuItem(int position, bool checked) {
+    if (m_pServiceMenu != nullptr && position >= 0 && position < m_pServiceMenu->itemCount()) {
+        m_pServiceMenu->checkItemByPosition(position, checked);
     }
-    // Items carry 5050 + record index; the warrant record has none, so positions after it
-    // are one lower than the record index.
-    const unsigned id = static_cast<unsigned>(news::kCmdFirstService) + static_cast<unsigned>(index);
-    for (int pos = 0; pos < m_pServiceMenu->itemCount(); ++pos) {
-        if (m_pServiceMenu->itemId(pos) == id) {
-            return pos;
-        }
-    }
-    return -1;
 }
 
 void TRVNewsCtrlView::OnSelectService() {
@@ -105,21 +94,18 @@ void TRVNewsCtrlView::OnSelectCheckService(unsigned id) {
         return;
     }
     NewsServiceEntry& entry = m_vService[index];
-    const int position = serviceMenuPosition(index);
+    // Kept: the mark is set at the record's index as a menu position (see SwitchFunction).
+    const int position = static_cast<int>(index);
     if (entry.m_bySelected == 0) {
+        vCheckServiceMenuItem(position, true);
         entry.m_bySelected = 1;
-        if (position >= 0) {
-            m_pServiceMenu->checkItemByPosition(position, true);
-        }
     } else {
         // The last checked service stays checked: a view without a service would show nothing.
         if (iBeSelectNewsNum() < 2) {
             return;
         }
+        vCheckServiceMenuItem(position, false);
         entry.m_bySelected = 0;
-        if (position >= 0) {
-            m_pServiceMenu->checkItemByPosition(position, false);
-        }
     }
     m_vServiceSaved = m_vService;
 

@@ -62,6 +62,9 @@ void TRVNewsCtrlView::InitialViewInfo(TRVCfgIO2* cfg, const CString& section, in
     m_strCfgSection = section;
     m_iLayout1 = layout1;
     m_iLayout2 = layout2;
+    if (cfg != nullptr) {
+        cfg->GetViewInfo(section, layout1, layout2, news::kViewKey, kKeyCategoryId, m_strSavedCategoryId);
+    }
     vInitialNewsService(cfg, section, layout1, layout2);
     bInitialTransferCatObject();
     if (m_iWarrantIndex != -1) {
@@ -150,11 +153,12 @@ void TRVNewsCtrlView::SaveViewInfo(TRVCfgIO2* cfg, const CString& section, int l
         }
     }
     cfg->SetViewInfo(section, layout1, layout2, viewKey, kKeySymbolId, m_strNewsSymbolCode);
-    // A view whose category list was never opened keeps the category it was saved with.
-    if (const CString categoryId = cszGetSelectedCategoryID(); !categoryId.empty()) {
-        cfg->SetViewInfo(section, layout1, layout2, viewKey, kKeyCategoryId, categoryId);
-    }
-    // The search keys are written here by the search dialogs once they exist.
+    // Written every time; a view whose category list has no selection (or was never opened)
+    // writes the category it was saved with.
+    const CString categoryId = cszGetSelectedCategoryID();
+    cfg->SetViewInfo(section, layout1, layout2, viewKey, kKeyCategoryId,
+                     categoryId.empty() ? m_strSavedCategoryId : categoryId);
+    vSaveSearchSettings(cfg, section, layout1, layout2);
     if (m_pRelateQuoteView != nullptr) {
         m_pRelateQuoteView->SaveViewInfo(cfg, section, layout1, layout2);
     }

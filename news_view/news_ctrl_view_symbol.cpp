@@ -189,7 +189,7 @@ void TRVNewsCtrlView::vOnChangeSymbolCombobox() {
         }
     }
     m_pSymbolCombo->setCurSel(it->second);
-    reloadSymbolTable(m_strNewsSymbolCode);
+    reloadSymbolTable();
 }
 
 // ---- Symbol changes ----
@@ -258,7 +258,7 @@ void TRVNewsCtrlView::vDoNormalChangeSymbol(unsigned char service, const CString
     }
 }
 
-void TRVNewsCtrlView::reloadSymbolTable(const CString& code) {
+void TRVNewsCtrlView::reloadSymbolTable() {
     CSuperSheetWnd* grid = m_pSheet[news::kModeSymbol];
     if (grid == nullptr) {
         return;
@@ -269,7 +269,8 @@ void TRVNewsCtrlView::reloadSymbolTable(const CString& code) {
     table.clear();
     std::vector<CHeadlineTable> entries;
     if (BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface()) {
-        const CSymbolInfo symbol{m_byNewsSymbolService, code};
+        // Kept: always the current news symbol, whatever code the caller had in hand.
+        const CSymbolInfo symbol{m_byNewsSymbolService, m_strNewsSymbolCode};
         for (const NewsServiceEntry& entry : m_vService) {
             if (entry.m_bySelected != 0) {
                 bk->BKQNEWS_iGetHeadlineTable(entries, entry.m_byService, symbol);
@@ -285,12 +286,12 @@ void TRVNewsCtrlView::reloadSymbolTable(const CString& code) {
     vFillHeadline(news::kModeSymbol, grid, table, true);
 }
 
-void TRVNewsCtrlView::GetSymbolNews(const CString& code) {
+void TRVNewsCtrlView::GetSymbolNews(const CString& /*code*/) {
     if (m_pStoryView != nullptr) {
         m_pStoryView->OnClearStory();
     }
     vClearRelateQuoteList();
-    reloadSymbolTable(code);
+    reloadSymbolTable();
 }
 
 void TRVNewsCtrlView::OnSelSymbol(const CString& code) {
@@ -345,8 +346,9 @@ bool TRVNewsCtrlView::bInitialSymbolInfo(TRVCfgIO2* cfg, const CString& section,
     const int serviceIndex = iInitServiceComboBox(service);
     const int symbolIndex = serviceIndex >= 0 ? iInitSymbolComboBox(service) : -1;
     vSetComponentPos();
-    // A symbol list that could not be had is a failure; a list without a selection is not.
-    const bool symbolsFailed = symbolIndex < 0 && m_vSymbol.empty();
+    // Kept: any -1 from the symbol combo counts as a failure, a filled list without a
+    // selection too, so a view without a current symbol opens in the not-supported state.
+    const bool symbolsFailed = symbolIndex < 0;
     if (serviceIndex < 0 || (symbolsFailed && m_strNewsSymbolCode.empty())) {
         SetDataState(kDataNotSupported);
         showSymbolControls(false);

@@ -212,7 +212,7 @@ void TRVNewsStory::RespHeadLine(const std::vector<CHeadlineTable>& entries) {
     bCurrentEntry(entry);
     bool listed = false;
     for (const CHeadlineTable& e : entries) {
-        listed = listed || story::bSameEntry(e, entry);
+        listed = listed || m_equality.equal(e, entry);
     }
     if (!listed) {
         return;
@@ -229,7 +229,7 @@ void TRVNewsStory::RespStory(const CHeadlineTable& entry) {
     CHeadlineTable current;
     bCurrentEntry(current);
     BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface();
-    if (!story::bSameEntry(current, entry) || bk == nullptr || !bk->BKQNEWS_bGetStory(m_story, entry)) {
+    if (!m_equality.equal(current, entry) || bk == nullptr || !bk->BKQNEWS_bGetStory(m_story, entry)) {
         return;
     }
     if (m_story.m_strText.empty()) {

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "headline_list/entry_equality.h"
 #include "headline_list/headline_table_list.h"
 #include "host/backend/search.h"
 #include "host/framework/dialog.h"
@@ -84,6 +85,7 @@ private:
     int m_iTableNum = -1;
     CStory m_story;
     CSearch m_search;
+    EntryEquality m_equality;               // which answers concern the shown entry
     host::ui::RichEdit* m_pStory = nullptr; // owned by the window
     host::ui::Rect m_rcTitle;
     host::ui::Rect m_rcStory;

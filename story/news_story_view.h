@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "headline_list/entry_equality.h"
 #include "headline_list/headline_table_list.h"
 #include "host/backend/search.h"
 #include "host/framework/base_views.h"
@@ -85,6 +86,7 @@ private:
     CString m_strStory;
     CStory m_story;
     CSearch m_search;
+    EntryEquality m_equality; // which answers concern the shown entry
     COLORREF m_crBackground = 0;
     bool m_bBrush = false;                  // a background brush of m_crBackground exists
     host::ui::RichEdit* m_pStory = nullptr; // owned by the window

@@ -73,21 +73,6 @@ CString cszConvertForService(unsigned char service, const CString& text) {
     return bk != nullptr && bk->LangIsConvertToSimplified(service) ? cszConvertToSimplified(text) : text;
 }
 
-bool bSameEntry(const CHeadlineTable& a, const CHeadlineTable& b) {
-    if (a.m_byService != b.m_byService || a.m_iSeqNo != b.m_iSeqNo || a.m_llValue2 != b.m_llValue2 ||
-        a.m_ullLast != b.m_ullLast) {
-        return false;
-    }
-    std::tm ta{};
-    std::tm tb{};
-    const bool okA = text::localTime(a.m_tTime, ta);
-    const bool okB = text::localTime(b.m_tTime, tb);
-    if (!okA || !okB) {
-        return okA == okB;
-    }
-    return ta.tm_year == tb.tm_year && ta.tm_mon == tb.tm_mon && ta.tm_mday == tb.tm_mday;
-}
-
 std::vector<CHeadline> vCollectHeadlines(const TRVNewsCtrlView& owner, const CHeadlineTable& entry) {
     std::vector<CHeadline> headlines;
     BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface();

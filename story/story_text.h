@@ -43,10 +43,6 @@ CString cszConvertForService(unsigned char service, const CString& text);
 // The conversion and replacement alone.
 CString cszConvertToSimplified(const CString& text);
 
-// Two headline-table entries are the same story: same service, same local calendar day,
-// same news number and same two trailing values (the time of day may differ).
-bool bSameEntry(const CHeadlineTable& a, const CHeadlineTable& b);
-
 // The headlines of an entry in every active service of the owner, in service order.
 std::vector<CHeadline> vCollectHeadlines(const TRVNewsCtrlView& owner, const CHeadlineTable& entry);
 

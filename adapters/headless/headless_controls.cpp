@@ -325,8 +325,9 @@ Rect HeadlessTabStrip::itemRect(int index) const {
     for (int i = 0; i < index; ++i) {
         left += textExtent(m_items[static_cast<std::size_t>(i)].caption).cx + 12;
     }
-    const int width = textExtent(m_items[static_cast<std::size_t>(index)].caption).cx + 12;
-    return Rect{left, 0, left + width, clientRect().Height()};
+    // Tabs are as high as their text plus a margin, whatever the height of the strip.
+    const host::ui::Size caption = textExtent(m_items[static_cast<std::size_t>(index)].caption);
+    return Rect{left, 0, left + caption.cx + 12, caption.cy + 6};
 }
 
 void HeadlessTabStrip::setCurSel(int index) {

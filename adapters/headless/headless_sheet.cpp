@@ -370,12 +370,14 @@ std::optional<Point> HeadlessSheet::cellCenter(std::size_t row, int col) const {
 void HeadlessSheet::vSetBkColor(COLORREF even, COLORREF odd) {
     m_colors.evenBk = even;
     m_colors.oddBk = odd;
+    m_styleCalls.emplace_back("bk");
 }
 
 void HeadlessSheet::vSetFocusColor(bool enabled, COLORREF text, COLORREF background) {
     m_colors.focusMarking = enabled;
     m_colors.focusFg = text;
     m_colors.focusBk = background;
+    m_styleCalls.emplace_back("focus");
 }
 
 void HeadlessSheet::sizeChanged(host::ui::Size /*oldSize*/) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "adapters/headless/headless_window.h"
@@ -72,13 +73,28 @@ public:
     bool bHasFocus() const override { return hasFocus(); }
     int iCalcRowNdx(host::ui::Point clientPoint) const override;
 
-    void vSetHeaderRowBkColor(COLORREF color) override { m_colors.headerBk = color; }
-    void vSetHeaderRowFgColor(COLORREF color) override { m_colors.headerFg = color; }
-    void vSetFrameColor(COLORREF color) override { m_colors.frame = color; }
+    void vSetHeaderRowBkColor(COLORREF color) override {
+        m_colors.headerBk = color;
+        m_styleCalls.emplace_back("header-bk");
+    }
+    void vSetHeaderRowFgColor(COLORREF color) override {
+        m_colors.headerFg = color;
+        m_styleCalls.emplace_back("header-fg");
+    }
+    void vSetFrameColor(COLORREF color) override {
+        m_colors.frame = color;
+        m_styleCalls.emplace_back("frame");
+    }
     void vSetBkColor(COLORREF even, COLORREF odd) override;
     void vSetFocusColor(bool enabled, COLORREF text, COLORREF background) override;
-    void vSetFgColor(COLORREF color) override { m_colors.fg = color; }
-    void vSetFont(const host::ui::Font& font) override { m_sheetFont = font; }
+    void vSetFgColor(COLORREF color) override {
+        m_colors.fg = color;
+        m_styleCalls.emplace_back("fg");
+    }
+    void vSetFont(const host::ui::Font& font) override {
+        m_sheetFont = font;
+        m_styleCalls.emplace_back("font");
+    }
 
     // --- Read by tests ---
     struct Colors {
@@ -93,6 +109,9 @@ public:
         COLORREF fg = 0;
     };
     const Colors& colors() const { return m_colors; }
+    // The colour and font setters called so far, in order ("header-bk", "header-fg", "frame",
+    // "bk", "focus", "fg", "font").
+    const std::vector<std::string>& styleCalls() const { return m_styleCalls; }
     const host::ui::Font& sheetFont() const { return m_sheetFont; }
     bool isCreated() const { return m_created; }
     bool isThinBar() const { return m_thinBar; }
@@ -169,6 +188,7 @@ private:
     host::ui::Point m_focus{-1, -1};
     int m_anchorRow = -1; // where a Shift-extended selection starts
     Colors m_colors;
+    std::vector<std::string> m_styleCalls;
     host::ui::Font m_sheetFont{};
     int m_rowBkResets = 0;
     int m_scrollResets = 0;

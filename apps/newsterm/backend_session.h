@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <memory>
 
 #include "apps/newsterm/term_options.h"
@@ -39,6 +40,10 @@ public:
     void startNewDay();
     // Lines of the replay file that could not be read, once the replay got past them.
     QString replaySummary() const;
+    // Called on the UI thread after every recovery the views were told of (a reconnection, or
+    // headlines fetched again for a gap in their numbers), with the number of headlines it
+    // brought; empty: nobody listens. The listener must outlive the session or be cleared.
+    void setRecoveryListener(std::function<void(std::size_t)> listener) { m_onRecovered = std::move(listener); }
 
 private:
     void startGenerator();
@@ -46,6 +51,7 @@ private:
     TermOptions m_options;
     std::unique_ptr<embedded::EmbeddedBackend> m_backend;
     bool m_replaying = false;
+    std::function<void(std::size_t)> m_onRecovered;
 };
 
 } // namespace newsterm

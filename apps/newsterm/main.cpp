@@ -64,9 +64,7 @@ int main(int argc, char** argv) {
 
     newsterm::TermSettings settings(newsterm::TermSettings::defaultPath());
     if (const QString problem = settings.load(); !problem.isEmpty()) {
-        newsterm::reportProblem(
-            nullptr, QStringLiteral("Settings"),
-            QStringLiteral("%1 cannot be read (%2); starting with default settings.").arg(settings.path(), problem));
+        newsterm::reportProblem(nullptr, QStringLiteral("Settings"), problem);
     }
     if (!options.languageGiven && !settings.language().isEmpty()) {
         options.language = settings.language();

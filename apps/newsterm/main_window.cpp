@@ -12,11 +12,13 @@
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolBar>
+#include <tuple>
 
 #include "adapters/qt/dialog_service.h"
 #include "adapters/qt/qt_ui_host.h"
 #include "adapters/qt/text_codec.h"
 #include "apps/newsterm/backend_session.h"
+#include "apps/newsterm/color_scheme.h"
 #include "apps/newsterm/flash_line.h"
 #include "apps/newsterm/problem_report.h"
 #include "apps/newsterm/term_settings.h"
@@ -31,6 +33,7 @@ namespace {
 constexpr const char* kViewClass = "TRVNewsCtrlView";
 constexpr const char* kViewName = "News";
 constexpr int kStatusMessageMs = 5000;
+constexpr const char* kFirstStartSymbol = "2330";
 // How long the terminal waits for the first headlines before it stops looking for a story to open on.
 constexpr int kFirstStoryAttempts = 40;
 constexpr int kFirstStoryRetryMs = 250;
@@ -52,15 +55,28 @@ MainWindow::MainWindow(qthost::QtUiHost& ui, BackendSession& session, TermSettin
     auto* central = new QWidget(this);
     central->setObjectName(QStringLiteral("newsViewArea"));
     setCentralWidget(central);
+    // The view starts with the colours of the chosen scheme.
+    setSchemeColors(schemeFromName(m_settings.colorScheme()));
     buildMenus();
     buildToolbar();
     if (!restoreGeometry(m_settings.windowGeometry())) {
         resize(1200, 760);
     }
+    m_session.setRecoveryListener([this](std::size_t headlines) { showRecovered(headlines); });
     m_view = std::make_unique<ViewHost>(m_ui, central, kViewClass);
     m_view->loadSettings(m_settings.layout(), kViewName);
+    // The host hands the view the user's current symbol: the one of the last session, or on a
+    // first start the market's most followed stock.
+    const QString symbol = m_settings.symbol().isEmpty() ? QString::fromLatin1(kFirstStartSymbol) : m_settings.symbol();
+    m_symbol->setText(symbol);
+    m_view->changeSymbol(qthost::fromQString(symbol));
     statusBar()->showMessage(m_view->hasView() ? text("新聞即時更新中", "Live news")
                                                : text("新聞檢視尚未加入此版本", "The news view is not in this build"));
+    // The flash line takes the status bar's free width, so the count of the last recovery has a
+    // place of its own that no flashed headline covers.
+    m_recovered = new QLabel(statusBar());
+    m_recovered->setObjectName(QStringLiteral("recoveredCount"));
+    statusBar()->addPermanentWidget(m_recovered);
     m_flash = std::make_unique<FlashLine>(m_ui, this, statusBar());
     if (TRVNewsCtrlView* news = newsView()) {
         // The story window steps back behind other applications while the terminal is inactive.
@@ -99,6 +115,7 @@ void MainWindow::setStoryWindowOnTop(bool onTop) {
 }
 
 MainWindow::~MainWindow() {
+    m_session.setRecoveryListener(nullptr);
     // The viewer's window belongs to this window: it goes first.
     m_flash.reset();
 }
@@ -117,7 +134,29 @@ void MainWindow::buildMenus() {
     file->addSeparator();
     file->addAction(text("結束(&X)", "&Quit"), QKeySequence::Quit, this, [this] { close(); });
 
+    // The recovery commands of the view's own context menu, for the row, list and story in focus.
+    QMenu* news = menuBar()->addMenu(text("新聞(&N)", "&News"));
+    news->addAction(text("重新取得選取的新聞(&H)", "Reload selected &headlines"), this,
+                    [this] { m_view->sendCommand(news::kCmdRecoverHeadline); });
+    news->addAction(text("重新取得新聞列表(&L)", "Reload headline &list"), QKeySequence(Qt::CTRL | Qt::Key_R), this,
+                    [this] { m_view->sendCommand(news::kCmdRecoverHeadlineTable); });
+    news->addAction(text("重新取得新聞內容(&S)", "Reload &story"), this,
+                    [this] { m_view->sendCommand(news::kCmdRecoverStory); });
+
     QMenu* viewMenu = menuBar()->addMenu(text("檢視(&V)", "&View"));
+    auto* schemes = new QActionGroup(viewMenu);
+    const QString current = schemeName(schemeFromName(m_settings.colorScheme()));
+    for (const auto& [name, chinese, english] :
+         {std::tuple{"dark", "深色配色(&D)", "&Dark colours"}, std::tuple{"light", "淺色配色(&L)", "&Light colours"}}) {
+        QAction* action = viewMenu->addAction(text(chinese, english));
+        const QString scheme = QString::fromLatin1(name);
+        action->setObjectName(QStringLiteral("scheme-") + scheme);
+        action->setCheckable(true);
+        action->setChecked(scheme == current);
+        schemes->addAction(action);
+        connect(action, &QAction::triggered, this, [this, scheme] { chooseColorScheme(scheme); });
+    }
+    viewMenu->addSeparator();
     QAction* onTop = viewMenu->addAction(text("新聞視窗永遠在最上層", "Story window always on top"));
     onTop->setObjectName(QStringLiteral("storyWindowOnTop"));
     onTop->setCheckable(true);
@@ -151,11 +190,15 @@ void MainWindow::buildToolbar() {
     m_connected = bar->addAction(text("連線中", "Connected"));
     m_connected->setCheckable(true);
     m_connected->setChecked(m_session.isConnected());
+    m_connected->setObjectName(QStringLiteral("linkAction"));
     connect(m_connected, &QAction::toggled, this, [this](bool on) {
+        m_awaitingRecovery = on;
         m_session.setConnected(on);
         m_connected->setText(on ? text("連線中", "Connected") : text("已斷線", "Disconnected"));
-        statusBar()->showMessage(on ? text("已重新連線", "Reconnected") : text("已中斷連線", "Disconnected"),
-                                 kStatusMessageMs);
+        // While down the message stays; the recovery after a reconnection replaces it.
+        statusBar()->showMessage(on ? text("已重新連線，補回斷線期間的新聞…", "Reconnected; recovering missed news...")
+                                    : text("已中斷連線，新聞暫停更新", "Disconnected; news is on hold"),
+                                 on ? kStatusMessageMs : 0);
     });
     bar->addAction(text("新的新聞日", "New news day"), this, [this] {
         m_session.startNewDay();
@@ -163,9 +206,27 @@ void MainWindow::buildToolbar() {
     });
 }
 
+void MainWindow::showRecovered(std::size_t headlines) {
+    const QString count = QString::number(headlines);
+    const QString message = m_awaitingRecovery
+                                ? text("已重新連線，補回 ", "Reconnected: ") + count +
+                                      text(" 則新聞", headlines == 1 ? " headline recovered" : " headlines recovered")
+                                : text("已補回遺漏的 ", "Recovered ") + count +
+                                      text(" 則新聞", headlines == 1 ? " missed headline" : " missed headlines");
+    statusBar()->showMessage(message, kStatusMessageMs);
+    m_recovered->setText(message);
+    m_awaitingRecovery = false;
+}
+
+void MainWindow::chooseColorScheme(const QString& scheme) {
+    applyColorScheme(schemeFromName(scheme));
+    m_settings.setColorScheme(scheme);
+}
+
 void MainWindow::applySymbol() {
     const CString code = qthost::fromQString(m_symbol->text().trimmed().toUpper());
     if (m_view->changeSymbol(code)) {
+        m_settings.setSymbol(m_symbol->text().trimmed().toUpper());
         statusBar()->showMessage(text("已切換商品 ", "Symbol changed to ") + m_symbol->text().trimmed(),
                                  kStatusMessageMs);
     } else {

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <QMainWindow>
+#include <cstddef>
 #include <memory>
 
 class QAction;
+class QLabel;
 class QLineEdit;
 
 namespace qthost {
@@ -18,8 +20,9 @@ class TermSettings;
 class ViewHost;
 
 // The terminal's window: the news view in the middle, a toolbar with the symbol entry, the
-// link to the news server and a new news day, and the File and Language menus. Closing it
-// stores the window geometry and the view's settings.
+// link to the news server and a new news day, and the File, News, View and Language menus.
+// The status bar tells how many headlines a recovery brought. Closing it stores the window
+// geometry, the colour scheme and the view's settings.
 // Ownership: owns the view host; the UI host, the session and the settings outlive it.
 class MainWindow final : public QMainWindow {
 public:
@@ -45,7 +48,9 @@ private:
     void runOutputCommand(int command);
     void printToPdf();
     void chooseLanguage(const QString& language);
+    void chooseColorScheme(const QString& scheme);
     void applySymbol();
+    void showRecovered(std::size_t headlines);
     // Shows the newest story once the list has rows, so that the terminal opens on reading.
     void showFirstStory(int attemptsLeft);
     void setStoryWindowOnTop(bool onTop);
@@ -57,8 +62,10 @@ private:
     std::unique_ptr<ViewHost> m_view;
     std::unique_ptr<FlashLine> m_flash;
     QLineEdit* m_symbol = nullptr;  // owned by the toolbar
+    QLabel* m_recovered = nullptr;  // owned by the status bar
     QAction* m_connected = nullptr; // owned by the toolbar
     bool m_saved = false;
+    bool m_awaitingRecovery = false; // reconnected, the recovery has not come yet
 };
 
 } // namespace newsterm

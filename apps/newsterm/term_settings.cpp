@@ -1,5 +1,6 @@
 #include "apps/newsterm/term_settings.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
@@ -33,18 +34,39 @@ QString TermSettings::defaultPath() {
 }
 
 QString TermSettings::load() {
+    m_keptAside.clear();
+    m_saveRefusal.clear();
     const CfgFileStore::LoadResult result = m_store.load(QFile::encodeName(m_path).toStdString());
     if (result.ok() || result.status == CfgFileStore::LoadStatus::kMissing) {
         return {};
     }
-    QString reason = QString::fromStdString(result.error);
-    if (result.line != 0) {
-        reason += QStringLiteral(" (line %1)").arg(result.line);
+    const QString reason = QString::fromStdString(result.error);
+    // Kept beside the original under a name that says why and when, never over an earlier one.
+    const QString why =
+        result.status == CfgFileStore::LoadStatus::kTooNew ? QStringLiteral("newer") : QStringLiteral("damaged");
+    const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
+    QString aside = QStringLiteral("%1.%2-%3").arg(m_path, why, stamp);
+    for (int n = 2; QFileInfo::exists(aside); ++n) {
+        aside = QStringLiteral("%1.%2-%3-%4").arg(m_path, why, stamp).arg(n);
     }
-    return reason;
+    if (!QFile::rename(m_path, aside)) {
+        m_saveRefusal = QStringLiteral("%1 could not be used and could not be moved aside, so it is left as it "
+                                       "was; the settings of this session are not saved")
+                            .arg(m_path);
+        return QStringLiteral("The settings file %1 cannot be used (%2) and could not be moved aside. The terminal "
+                              "starts with default settings and will not write over it.")
+            .arg(m_path, reason);
+    }
+    m_keptAside = aside;
+    return QStringLiteral("The settings file %1 cannot be used (%2). It was kept as %3; the terminal starts with "
+                          "default settings.")
+        .arg(m_path, reason, aside);
 }
 
 QString TermSettings::save() const {
+    if (!m_saveRefusal.isEmpty()) {
+        return m_saveRefusal;
+    }
     if (!QDir().mkpath(QFileInfo(m_path).absolutePath())) {
         return QStringLiteral("cannot create the folder %1").arg(QFileInfo(m_path).absolutePath());
     }
@@ -75,6 +97,25 @@ QString TermSettings::language() const {
 
 void TermSettings::setLanguage(const QString& language) {
     m_store.SetViewInfo(kSection, 0, 0, kWindowKey, "language", language.toStdString());
+}
+
+QString TermSettings::colorScheme() const {
+    CString value;
+    return m_store.GetViewInfo(kSection, 0, 0, kWindowKey, "colorScheme", value) ? QString::fromStdString(value)
+                                                                                 : QString();
+}
+
+void TermSettings::setColorScheme(const QString& scheme) {
+    m_store.SetViewInfo(kSection, 0, 0, kWindowKey, "colorScheme", scheme.toStdString());
+}
+
+QString TermSettings::symbol() const {
+    CString value;
+    return m_store.GetViewInfo(kSection, 0, 0, kWindowKey, "symbol", value) ? QString::fromStdString(value) : QString();
+}
+
+void TermSettings::setSymbol(const QString& symbol) {
+    m_store.SetViewInfo(kSection, 0, 0, kWindowKey, "symbol", symbol.toStdString());
 }
 
 } // namespace newsterm

@@ -17,17 +17,26 @@ class TermSettings {
 public:
     explicit TermSettings(QString path);
 
-    // Reads the file; a missing file is a first start. Returns the reason when the file
-    // exists but cannot be used (its settings are then ignored, never half-applied).
+    // Reads the file; a missing file is a first start. A file that exists but cannot be used
+    // (damaged, cut short, unreadable, or written by a newer version) is moved aside, kept
+    // under a name that says why, and the settings start from the defaults (nothing of it is
+    // half-applied); the message for the user says so and names the kept file. When the file
+    // cannot be moved aside, it is never written over: save() refuses.
     QString load();
     // Writes the file (temporary file + rename); returns the reason on failure.
     QString save() const;
+    // Where an unusable file was kept by load(); empty when none.
+    const QString& keptAside() const { return m_keptAside; }
 
     TRVCfgIO2& layout() { return m_store; }
     QByteArray windowGeometry() const;
     void setWindowGeometry(const QByteArray& geometry);
     QString language() const; // empty when never chosen
     void setLanguage(const QString& language);
+    QString colorScheme() const; // empty when never chosen
+    void setColorScheme(const QString& scheme);
+    QString symbol() const; // the terminal's current symbol; empty when never chosen
+    void setSymbol(const QString& symbol);
     const QString& path() const { return m_path; }
 
     static QString defaultPath();
@@ -35,6 +44,8 @@ public:
 private:
     QString m_path;
     CfgFileStore m_store;
+    QString m_keptAside;
+    QString m_saveRefusal; // why save() must not write the file; empty when it may
 };
 
 } // namespace newsterm

@@ -304,6 +304,8 @@ std::vector<std::string> ScenarioRunner::observeFeed() const {
     const embedded::Ingest::Stats stats = m_embedded->ingestStats();
     lines.push_back("ingest accepted " + std::to_string(stats.accepted) + " rejected " +
                     std::to_string(stats.rejected) + " held " + std::to_string(stats.held));
+    lines.push_back("recovery lost " + std::to_string(stats.lost) + " recovered " + std::to_string(stats.recovered) +
+                    " gaps " + std::to_string(stats.gaps));
     lines.push_back("cache headlines " + std::to_string(m_embedded->cachedHeadlines()));
     return lines;
 }

@@ -245,6 +245,9 @@ std::vector<std::string> ScenarioRunner::observe(const Statement& s, const std::
         }
         return {"<no tip window>"};
     }
+    if (what == "all-news-audit") {
+        return observeAllNewsAudit(s);
+    }
     if (what == "feed") {
         return observeFeed();
     }

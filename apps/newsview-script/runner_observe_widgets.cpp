@@ -143,8 +143,11 @@ std::vector<std::string> ScenarioRunner::observeGrid(const Statement& s, const s
         }
         return {joined(cells, " | ")};
     }
+    if (what == "palette") {
+        return {gridPalette(*grid)};
+    }
     scriptError(s, "grid observations are row, rows, visible, count, header, widths, selection, focus, "
-                   "first-visible, rows-per-page, stored, out-of-range and colors");
+                   "first-visible, rows-per-page, stored, out-of-range, colors and palette");
 }
 
 std::vector<std::string> ScenarioRunner::observeControl(const Statement& s, const std::vector<Word>& words) const {

@@ -32,12 +32,13 @@ fs::path ScenarioRunner::resolvePath(const Statement& s, const std::string& text
     if (path.is_absolute()) {
         return path;
     }
-    for (const fs::path& base : {m_scriptDir, m_options.resourcesDir}) {
+    for (const fs::path& base : {m_scriptDir, m_options.resourcesDir, m_outDir}) {
         if (!base.empty() && fs::exists(base / path)) {
             return base / path;
         }
     }
-    scriptError(s, "cannot find '" + text + "' beside the script or in " + m_options.resourcesDir.string());
+    scriptError(s, "cannot find '" + text + "' beside the script, in " + m_options.resourcesDir.string() +
+                       " or in the output folder");
 }
 
 fs::path ScenarioRunner::outputPath(const std::string& text) const {

@@ -178,6 +178,9 @@ const std::map<std::string, ScenarioRunner::Handler>& ScenarioRunner::handlers()
         {"feed", &ScenarioRunner::doFeed},
         {"feed-wait", &ScenarioRunner::doFeedWait},
         {"new-day", &ScenarioRunner::doNewDay},
+        {"feed-generate", &ScenarioRunner::doFeedGenerate},
+        {"change-cast", &ScenarioRunner::doChangeCast},
+        {"relation-keys", &ScenarioRunner::doRelationKeys},
         // Observations
         {"print", &ScenarioRunner::doPrint},
         {"expect", &ScenarioRunner::doExpect},

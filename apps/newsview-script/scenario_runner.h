@@ -81,7 +81,7 @@ private:
     std::string currentDate(unsigned char service) const;
     std::string restAfter(const Statement& s, std::size_t wordIndex) const;
     // A file named by the script: absolute, or relative to the script's folder, then to the
-    // resources folder.
+    // resources folder, then to the output folder (where feed-generate writes).
     std::filesystem::path resolvePath(const Statement& s, const std::string& text) const;
     // A file the view may have written: absolute, or relative to the output folder.
     std::filesystem::path outputPath(const std::string& text) const;
@@ -185,6 +185,13 @@ private:
     void shutDownEmbedded();
     std::vector<std::string> observeFeed() const;
     std::int64_t durationMs(const Statement& s, std::size_t index) const;
+
+    // --- Recovery and colours (runner_recovery.cpp) ---
+    void doFeedGenerate(const Statement& s);
+    void doChangeCast(const Statement& s);
+    void doRelationKeys(const Statement& s);
+    std::vector<std::string> observeAllNewsAudit(const Statement& s) const;
+    static std::string gridPalette(const headless::HeadlessSheet& grid);
 
     // --- Observations (runner_observe.cpp) ---
     void doPrint(const Statement& s);

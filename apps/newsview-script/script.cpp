@@ -7,6 +7,10 @@ namespace scenario {
 
 namespace {
 
+// Blank for the line splitter and the trimmer alike: a line of only these bytes is no statement,
+// and a statement's trimmed text always starts with a word.
+constexpr std::string_view kBlanks = " \t\r\n";
+
 std::size_t indentOf(std::string_view line) {
     std::size_t i = 0;
     while (i < line.size() && (line[i] == ' ' || line[i] == '\t')) {
@@ -16,17 +20,17 @@ std::size_t indentOf(std::string_view line) {
 }
 
 bool isBlank(std::string_view line) {
-    return indentOf(line) == line.size();
+    return line.find_first_not_of(kBlanks) == std::string_view::npos;
 }
 
 } // namespace
 
 std::string trim(std::string_view text) {
-    const std::size_t start = text.find_first_not_of(" \t\r\n");
+    const std::size_t start = text.find_first_not_of(kBlanks);
     if (start == std::string_view::npos) {
         return {};
     }
-    const std::size_t end = text.find_last_not_of(" \t\r\n");
+    const std::size_t end = text.find_last_not_of(kBlanks);
     return std::string(text.substr(start, end - start + 1));
 }
 
@@ -119,13 +123,14 @@ std::vector<Statement> parseScript(std::string_view content) {
     while (i < lines.size()) {
         const std::string& raw = lines[i];
         const std::size_t indent = indentOf(raw);
-        if (isBlank(raw) || raw[indent] == '#') {
+        std::string text = trim(raw);
+        if (text.empty() || text.front() == '#') {
             ++i;
             continue;
         }
         Statement statement;
         statement.line = static_cast<int>(i + 1);
-        statement.text = trim(raw);
+        statement.text = std::move(text);
         statement.words = splitWords(statement.text, statement.line);
         ++i;
         // The block: deeper-indented lines, with blank lines between them.

@@ -109,10 +109,13 @@ private:
     std::size_t m_pos = 0;
 };
 
-template <class Int>
-std::optional<Int> parseInt(std::string_view text) {
+// Decimal digits, with a '-' for a negative signed value: one spelling per value, so no '+',
+// no leading zero and no "-0".
+template <class Int> std::optional<Int> parseInt(std::string_view text) {
     Int value{};
-    if (text.empty() || (text.size() > 1 && text[0] == '0') || text[0] == '+') {
+    const bool negative = !text.empty() && text[0] == '-';
+    const std::string_view digits = negative ? text.substr(1) : text;
+    if (digits.empty() || digits[0] < '0' || digits[0] > '9' || (digits[0] == '0' && (digits.size() > 1 || negative))) {
         return std::nullopt;
     }
     const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -198,16 +201,8 @@ bool CSearch::LoadStringA(const CString& text) {
     }
     const auto scope = parseInt<unsigned>(*scopeText);
     const auto method = parseInt<unsigned>(*methodText);
-    std::optional<std::int64_t> time;
-    if (timeText->size() > 1 && (*timeText)[0] == '-') {
-        if (const auto magnitude = parseInt<std::int64_t>(timeText->substr(1))) {
-            time = -*magnitude;
-        }
-    } else if (*timeText == "0") {
-        time = 0;
-    } else {
-        time = parseInt<std::int64_t>(*timeText);
-    }
+    // Parsed with its sign, so the most negative time (which has no positive twin) loads too.
+    const auto time = parseInt<std::int64_t>(*timeText);
     auto keywords = parseList(*keywordText);
     auto symbols = parseList(*symbolText);
     if (!scope || *scope > 255 || !method || *method > 255 || !time || (*flagText != "0" && *flagText != "1") ||

@@ -76,7 +76,9 @@ std::vector<TRVQuoteBaseView*>& liveViews() {
 }
 } // namespace
 
-TRVQuoteBaseView::TRVQuoteBaseView() {
+TRVQuoteBaseView::TRVQuoteBaseView()
+    : m_crBack(CSyncInfo::Get().SYS_crGetOtherColor("COLOR_LISTCTL_BACKGROUND")),
+      m_crStripe(CSyncInfo::Get().SYS_crGetOtherColor("COLOR_LISTCTL_BACKGROUNDSLASH")) {
     liveViews().push_back(this);
 }
 

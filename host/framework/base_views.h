@@ -114,8 +114,13 @@ public:
     // Set by the host: keep pop-up windows in step with the application's activation.
     bool IsPopupFollowApp() const { return m_bPopupFollowApp; }
     void SetPopupFollowApp(bool follow) { m_bPopupFollowApp = follow; }
+    // The view's two row background colours: plain rows (also the view's own background) and
+    // striped rows. The host sets them with its colour scheme before it announces the change
+    // (vChangeCast); a new view starts with the host's list background colours.
     COLORREF GetBackColor() const { return m_crBack; }
     void SetBackColor(COLORREF color) { m_crBack = color; }
+    COLORREF GetStripeColor() const { return m_crStripe; }
+    void SetStripeColor(COLORREF color) { m_crStripe = color; }
 
     // Every live quote view of the process, in creation order (non-owning).
     static const std::vector<TRVQuoteBaseView*>& AllViews();
@@ -138,6 +143,7 @@ private:
     CString m_strCaptionText;
     bool m_bPopupFollowApp = false;
     COLORREF m_crBack = 0;
+    COLORREF m_crStripe = 0;
 };
 
 // Symbol registration with the host's real-time distribution. An empty code registers a

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <charconv>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -149,6 +150,24 @@ bool parseLayout(std::string_view text, int& value) {
     return ec == std::errc{} && end == text.data() + text.size();
 }
 
+// A save cut short by a crash leaves its temporary file behind. The next save removes those of
+// the same file that are old enough not to belong to a save still running in another process.
+void removeStaleTemporaries(const std::filesystem::path& target) {
+    constexpr auto kStaleAfter = std::chrono::minutes(1);
+    const std::string prefix = target.filename().string() + ".tmp-";
+    const std::filesystem::path folder = target.parent_path().empty() ? "." : target.parent_path();
+    const auto now = std::filesystem::file_time_type::clock::now();
+    std::error_code ec;
+    for (std::filesystem::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
+        const std::string name = it->path().filename().string();
+        std::error_code ignored;
+        if (name.starts_with(prefix) && it->is_regular_file(ignored) &&
+            now - it->last_write_time(ignored) > kStaleAfter) {
+            std::filesystem::remove(it->path(), ignored);
+        }
+    }
+}
+
 std::string uniqueSuffix() {
     static std::atomic<unsigned> counter{0};
     static const unsigned seed = std::random_device{}();
@@ -187,6 +206,14 @@ std::vector<CfgFileStore::Entry> CfgFileStore::entries() const {
     return result;
 }
 
+namespace {
+
+constexpr std::string_view kHeaderPrefix = "# news layout store ";
+constexpr std::string_view kEndPrefix = "# end: ";
+constexpr std::string_view kEndSuffix = " settings";
+
+} // namespace
+
 std::string CfgFileStore::serialize() const {
     std::string out(kHeader);
     out += '\n';
@@ -200,18 +227,21 @@ std::string CfgFileStore::serialize() const {
         out += encodeField(value);
         out += '\n';
     }
+    out += std::string(kEndPrefix) + std::to_string(m_values.size()) + std::string(kEndSuffix) + '\n';
     return out;
 }
 
 CfgFileStore::LoadResult CfgFileStore::parse(std::string_view text) {
     m_values.clear();
-    const auto damaged = [this](std::size_t line, std::string message) {
+    const auto damaged = [this](std::size_t line, const std::string& message) {
         m_values.clear();
         return LoadResult{LoadStatus::kDamaged, "line " + std::to_string(line) + ": " + message, line};
     };
     std::map<Key, CString> parsed;
     std::map<Key, std::size_t> firstLine;
     bool headerSeen = false;
+    int format = 0;
+    std::size_t endLine = 0; // the line of "# end: N settings"; 0 while none
     std::size_t lineNumber = 0;
     while (!text.empty()) {
         ++lineNumber;
@@ -222,11 +252,36 @@ CfgFileStore::LoadResult CfgFileStore::parse(std::string_view text) {
             line.remove_suffix(1); // a file edited on Windows
         }
         if (!headerSeen) {
-            if (line != kHeader) {
+            int version = 0;
+            if (line.substr(0, kHeaderPrefix.size()) != kHeaderPrefix ||
+                !parseLayout(line.substr(kHeaderPrefix.size()), version) || version < 1) {
                 return damaged(lineNumber,
                                "not a layout store (the first line must be \"" + std::string(kHeader) + "\")");
             }
+            if (version > kFormat) {
+                m_values.clear();
+                return LoadResult{LoadStatus::kTooNew,
+                                  "written by a newer version (format " + std::to_string(version) +
+                                      "; this version reads formats 1 to " + std::to_string(kFormat) + ")",
+                                  lineNumber};
+            }
+            format = version;
             headerSeen = true;
+            continue;
+        }
+        if (endLine != 0 && !line.empty()) {
+            return damaged(lineNumber, "text after the end line " + std::to_string(endLine));
+        }
+        if (format >= 2 && line.substr(0, kEndPrefix.size()) == kEndPrefix) {
+            const std::string_view count = line.substr(kEndPrefix.size());
+            int settings = -1;
+            if (count.size() <= kEndSuffix.size() || count.substr(count.size() - kEndSuffix.size()) != kEndSuffix ||
+                !parseLayout(count.substr(0, count.size() - kEndSuffix.size()), settings) ||
+                static_cast<std::size_t>(settings) != parsed.size()) {
+                return damaged(lineNumber, "the end line does not count the " + std::to_string(parsed.size()) +
+                                               " settings before it");
+            }
+            endLine = lineNumber;
             continue;
         }
         if (line.empty() || line.front() == '#') {
@@ -278,6 +333,9 @@ CfgFileStore::LoadResult CfgFileStore::parse(std::string_view text) {
     }
     if (!headerSeen) {
         return damaged(lineNumber == 0 ? 1 : lineNumber, "empty file");
+    }
+    if (format >= 2 && endLine == 0) {
+        return damaged(lineNumber + 1, "the file ends early (no end line): it was cut short");
     }
     m_values = std::move(parsed);
     return LoadResult{};
@@ -336,5 +394,6 @@ bool CfgFileStore::save(const std::string& path, std::string* error) const {
         std::filesystem::remove(temporary, ignored);
         return fail("cannot replace " + path + ": " + ec.message());
     }
+    removeStaleTemporaries(target);
     return true;
 }

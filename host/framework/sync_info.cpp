@@ -26,6 +26,9 @@ void CSyncInfo::setCurrentSymbol(unsigned char group, unsigned char service, con
 }
 
 COLORREF CSyncInfo::SYS_crGetOtherColor(const CString& name) const {
+    if (m_colorReadLog != nullptr) {
+        m_colorReadLog->push_back(name);
+    }
     const auto it = m_colors.find(name);
     return it == m_colors.end() ? 0 : it->second;
 }
@@ -40,13 +43,18 @@ bool CSyncInfo::SYS_bFindOtherColor(const CString& name, COLORREF& color) const 
 }
 
 void CSyncInfo::reset() {
-    using host::ui::RGB;
     m_iPopupWndPosition = 0;
     m_bLinkNews = false;
     m_symbols.clear();
+    m_colorReadLog = nullptr;
     m_setting = CSettingCFG{};
     ++m_colorVersion;
-    m_colors = {
+    m_colors = DefaultColors();
+}
+
+const std::map<CString, COLORREF>& CSyncInfo::DefaultColors() {
+    using host::ui::RGB;
+    static const std::map<CString, COLORREF> colors = {
         {"COLOR_LISTCTL_NORMALTEXT", RGB(220, 220, 220)},
         {"COLOR_LISTCTL_BACKGROUND", RGB(0, 0, 0)},
         {"COLOR_LISTCTL_BACKGROUNDSLASH", RGB(24, 24, 32)},
@@ -61,4 +69,5 @@ void CSyncInfo::reset() {
         {"COLOR_TIP_TEXT", RGB(0, 0, 0)},
         {"COLOR_TIP_BACKGROUND", RGB(255, 255, 225)},
     };
+    return colors;
 }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "host/backend/news_records.h"
 
@@ -36,6 +37,9 @@ public:
 
     // Named colours ("COLOR_LISTCTL_NORMALTEXT", ...); unknown names give black.
     COLORREF SYS_crGetOtherColor(const CString& name) const;
+    // Records the name of every SYS_crGetOtherColor read into log (null: stop), so that a host
+    // or a test can see which colours a view reads and in what order. The log is not owned.
+    void setColorReadLog(std::vector<CString>* log) { m_colorReadLog = log; }
     // The named colour when the host set one; false (colour unchanged) otherwise.
     bool SYS_bFindOtherColor(const CString& name, COLORREF& color) const;
     void setOtherColor(const CString& name, COLORREF color) {
@@ -50,6 +54,8 @@ public:
 
     // Back to the defaults (a dark quote-screen palette, no symbols, pop-up position 0).
     void reset();
+    // The named colours of the default palette.
+    static const std::map<CString, COLORREF>& DefaultColors();
 
 private:
     CSyncInfo();
@@ -58,5 +64,6 @@ private:
     std::map<unsigned char, std::pair<unsigned char, CString>> m_symbols;
     std::map<CString, COLORREF> m_colors;
     std::uint64_t m_colorVersion = 0;
+    std::vector<CString>* m_colorReadLog = nullptr;
     CSettingCFG m_setting;
 };

@@ -43,16 +43,18 @@ void ProfileFile::parse(std::string_view content) {
         const std::size_t eol = content.find('\n');
         const std::string line = cp950::trim(content.substr(0, eol));
         content.remove_prefix(eol == std::string_view::npos ? content.size() : eol + 1);
+        // The first byte always starts a character; brackets and '=' are looked for on character
+        // boundaries only, since ']' is also the trail byte of characters such as 也 (A4 5D).
         if (line.empty() || line.front() == ';')
             continue;
         if (line.front() == '[') {
-            const std::size_t close = line.find(']');
+            const std::size_t close = cp950::find(line, "]");
             // A repeated section adds its keys to the first one; keys already there keep their values.
             section = &m_sections[lowerName(
                 std::string_view(line).substr(1, close == std::string::npos ? close : close - 1))];
             continue;
         }
-        const std::size_t eq = line.find('=');
+        const std::size_t eq = cp950::find(line, "=");
         if (section == nullptr || eq == std::string::npos)
             continue;
         std::string key = lowerName(std::string_view(line).substr(0, eq));

@@ -111,14 +111,23 @@ TEST_F(BackendTest, TwoStepReadsStoriesAndRelatedSymbols) {
     EXPECT_TRUE(none.empty());
 }
 
-TEST_F(BackendTest, LateStoryIsAnnouncedThenSent) {
+TEST_F(BackendTest, ALateStoryIsSentAndACorrectedOneAnnouncedAsAChange) {
     registerFor(&view, 16);
     ingestNow({headlineEvent(16, 1, morning(), "先發標題")});
     ingestNow({storyEvent(16, 1, morning() + 30, "晚到的內文")});
-    EXPECT_EQ(view.log, (std::vector<std::string>{"push 16/1", "story-update 16/1", "story 16/1"}));
+    EXPECT_EQ(view.log, (std::vector<std::string>{"push 16/1", "story 16/1"})) << "a first story is available";
     CStory story;
     ASSERT_TRUE(backend->BKQNEWS_bGetStory(story, CHeadlineTable{16, morning(), 1, 0, 0}));
     EXPECT_EQ(story.m_tTime, morning() + 30);
+
+    ingestNow({storyEvent(16, 1, morning() + 90, "(更正)內文")});
+    EXPECT_EQ(view.log.back(), "story-update 16/1") << "a second story changes the one shown";
+    ASSERT_TRUE(backend->BKQNEWS_bGetStory(story, CHeadlineTable{16, morning(), 1, 0, 0}));
+    EXPECT_EQ(story.m_strText, big5("(更正)內文"));
+
+    ingestNow({headlineEvent(16, 2, morning() + 100, "附內文", 1, "2330", "原內文")});
+    ingestNow({storyEvent(16, 2, morning() + 120, "(更正)附內文")});
+    EXPECT_EQ(view.log.back(), "story-update 16/2") << "correcting a story that came with its headline";
 }
 
 TEST_F(BackendTest, AResentHeadlineReplacesTheEarlierOne) {

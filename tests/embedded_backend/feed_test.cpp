@@ -37,6 +37,11 @@ TEST(ReplayLine, ParsesEveryEventKind) {
     EXPECT_EQ(e.symbols[0], (CSymbolInfo{16, "2330", ""})) << "a bare code takes the headline's service";
     EXPECT_EQ(e.symbols[1], (CSymbolInfo{1, "2317", big5("鴻海")}));
     EXPECT_EQ(e.story, big5("第一段@@@@第二段"));
+    EXPECT_FALSE(e.lost);
+    ASSERT_EQ(parseReplayLine(R"({"at":1,"event":"headline","service":16,"seq":8,"title":"x","lost":true})", kBase, e,
+                              at, error),
+              LineStatus::Event);
+    EXPECT_TRUE(e.lost) << "sent by the server, lost by the link";
 
     ASSERT_EQ(parseReplayLine(R"({"at":0,"event":"story","service":22,"seq":3,"text":"a\r\nb","date":"20240229"})",
                               kBase, e, at, error),
@@ -60,6 +65,25 @@ TEST(ReplayLine, ParsesEveryEventKind) {
     EXPECT_EQ(parseReplayLine("   \r", kBase, e, at, error), LineStatus::Blank);
 }
 
+TEST(ReplayLine, OffsetAndTimeSurviveWritingAndReadingBack) {
+    // Offsets are kept to the millisecond; the event time must follow the offset as written.
+    for (const char* line : {R"({"at":0.9996,"event":"disconnect"})", R"({"at":59.9995,"event":"reconnect"})",
+                             R"({"at":0.0004,"event":"disconnect"})", R"({"at":1e9,"event":"disconnect"})",
+                             R"({"at":7.0015,"event":"headline","service":16,"seq":1,"title":"x"})"}) {
+        FeedEvent e;
+        double at = 0;
+        std::string error;
+        ASSERT_EQ(parseReplayLine(line, kBase, e, at, error), LineStatus::Event) << line << ": " << error;
+        const std::string written = replayLine(e, at);
+        FeedEvent back;
+        double backAt = 0;
+        ASSERT_EQ(parseReplayLine(written, kBase, back, backAt, error), LineStatus::Event) << written;
+        EXPECT_EQ(back, e) << line << " was written as " << written;
+        EXPECT_EQ(backAt, at) << line << " was written as " << written;
+        EXPECT_EQ(replayLine(back, backAt), written);
+    }
+}
+
 TEST(ReplayLine, BadLinesSayWhy) {
     const char* bad[] = {
         R"({"at":1,"event":"headline","service":16,"seq":1})",               // no title
@@ -68,13 +92,14 @@ TEST(ReplayLine, BadLinesSayWhy) {
         R"({"at":1,"event":"headline","service":16,"seq":1.5,"title":"x"})", // fractional number
         R"({"at":1,"event":"headline","service":"16","seq":1,"title":"x"})", // number as text
         R"({"at":1,"event":"headline","service":16,"seq":1,"title":"x","symbols":[3]})",
-        R"({"at":-1,"event":"disconnect"})",                           // negative offset
-        R"({"event":"disconnect"})",                                   // no offset
-        R"({"at":1,"event":"story","service":16,"seq":1})",            // story without text
-        R"({"at":1,"event":"newday","service":16,"date":"20240230"})", // no such date
-        R"({"at":1,"event":"rename"})",                                // unknown event
-        R"([1,2])",                                                    // not an object
-        R"({"at":1,"event":"disconnect")",                             // broken JSON
+        R"({"at":1,"event":"headline","service":16,"seq":1,"title":"x","lost":1})", // lost is true or false
+        R"({"at":-1,"event":"disconnect"})",                                        // negative offset
+        R"({"event":"disconnect"})",                                                // no offset
+        R"({"at":1,"event":"story","service":16,"seq":1})",                         // story without text
+        R"({"at":1,"event":"newday","service":16,"date":"20240230"})",              // no such date
+        R"({"at":1,"event":"rename"})",                                             // unknown event
+        R"([1,2])",                                                                 // not an object
+        R"({"at":1,"event":"disconnect")",                                          // broken JSON
     };
     for (const char* line : bad) {
         FeedEvent e;
@@ -191,6 +216,8 @@ TEST(Generator, RealisticStreamInTimeOrder) {
     std::set<unsigned char> services;
     int stories = 0;
     int lateStories = 0;
+    int corrections = 0;
+    std::set<std::tuple<unsigned char, int, std::int32_t>> withStory;
     int resends = 0;
     int newDays = 0;
     for (int i = 0; i < 20000; ++i) {
@@ -208,12 +235,14 @@ TEST(Generator, RealisticStreamInTimeOrder) {
             ASSERT_EQ(e.symbols.size(), 1u);
             if (e.story) {
                 ++stories;
+                withStory.insert({e.service, day, e.seq});
                 ASSERT_TRUE(cp950::isValid(*e.story));
             }
             break;
         }
         case FeedEventKind::Story:
-            ++lateStories;
+            // A story for a headline that has one already is a correction.
+            ++(withStory.insert({e.service, e.day, e.seq}).second ? lateStories : corrections);
             ASSERT_EQ(headlines.count({e.service, e.day, e.seq}), 1u) << "a late story follows its headline";
             break;
         case FeedEventKind::Resend:
@@ -234,8 +263,31 @@ TEST(Generator, RealisticStreamInTimeOrder) {
     EXPECT_EQ(services, (std::set<unsigned char>{16, 22, 52, 122}));
     EXPECT_GT(stories, 5000);
     EXPECT_GT(lateStories, 2000);
+    EXPECT_GT(corrections, 100);
     EXPECT_GT(resends, 500);
     EXPECT_GE(newDays, 5);
+}
+
+TEST(Generator, LosesTheAskedShareOfHeadlinesAndNoneUnasked) {
+    GeneratorOptions options = generatorOptions(5);
+    int lostByDefault = 0;
+    NewsGenerator plain(options);
+    for (int i = 0; i < 5000; ++i) {
+        lostByDefault += plain.next().lost ? 1 : 0;
+    }
+    EXPECT_EQ(lostByDefault, 0);
+    options.lossShare = 0.1;
+    NewsGenerator lossy(options);
+    int headlines = 0;
+    int lost = 0;
+    for (int i = 0; i < 5000; ++i) {
+        const FeedEvent e = lossy.next();
+        headlines += e.kind == FeedEventKind::Headline ? 1 : 0;
+        lost += e.lost ? 1 : 0;
+        ASSERT_TRUE(!e.lost || e.kind == FeedEventKind::Headline) << "only headlines are lost";
+    }
+    EXPECT_GT(lost, headlines / 20);
+    EXPECT_LT(lost, headlines / 5);
 }
 
 TEST(Generator, TransportWrappingNeverSplitsACharacter) {

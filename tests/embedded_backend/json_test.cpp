@@ -69,6 +69,28 @@ TEST(Json, RejectsMalformedTextWithAPosition) {
     EXPECT_EQ(error.offset, 13u) << "the offset points at the bad character";
 }
 
+TEST(Json, ObjectsWithManyMembersKeepEveryNameAndFindTheDuplicate) {
+    // One feed line of 40,000 members: every name is kept in order, and a repeated name is
+    // reported where it stands, whether it repeats the first member or a neighbour.
+    constexpr int kMembers = 40000;
+    std::string line = "{";
+    for (int i = 0; i < kMembers; ++i) {
+        line += (i > 0 ? ",\"k" : "\"k") + std::to_string(i) + "\":" + std::to_string(i);
+    }
+    const auto v = parseJson(line + "}");
+    ASSERT_TRUE(v);
+    ASSERT_EQ(v->keys().size(), static_cast<std::size_t>(kMembers));
+    EXPECT_EQ(v->keys()[12345], "k12345");
+    EXPECT_EQ(v->find("k39999")->numberValue(), 39999);
+    for (const char* repeated : {"k0", "k1", "k20000", "k39998", "k39999"}) {
+        const std::string withDuplicate = line + ",\"" + repeated + "\":1}";
+        JsonError error;
+        EXPECT_FALSE(parseJson(withDuplicate, &error)) << repeated;
+        EXPECT_EQ(error.offset, line.size() + 1) << repeated;
+        EXPECT_EQ(error.message, std::string("duplicate member \"") + repeated + "\"");
+    }
+}
+
 TEST(Json, NestingIsBounded) {
     EXPECT_TRUE(parseJson(std::string(60, '[') + std::string(60, ']')));
     EXPECT_FALSE(parseJson(std::string(100, '[') + std::string(100, ']'))) << "no stack exhaustion on deep input";

@@ -185,6 +185,7 @@ TEST(QuoteReplayTest, QuoteLinesParseAndBadOnesSayWhy) {
         {R"({"at":0,"event":"quote","service":16,"code":"2330","last":10.001,"volume":1})", "two decimals"},
         {R"({"at":0,"event":"quote","service":16,"code":"2330","last":"10","volume":1})", "\"last\" must be a price"},
         {R"({"at":0,"event":"quote","service":16,"code":"2330","last":1e300,"volume":1})", "\"last\" must be a price"},
+        {R"({"at":0,"event":"quote","service":16,"code":"2330","last":1e-9,"volume":1})", "\"last\" must be a price"},
         {R"({"at":0,"event":"quote","service":16,"code":"2330","last":585.1,"volume":1})", "tick ladder"},
         {R"({"at":0,"event":"quote","service":16,"code":"2330","last":585,"bid":586,"ask":585,"volume":1})",
          "\"bid\" is above \"ask\""},

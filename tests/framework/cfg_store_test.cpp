@@ -1,6 +1,8 @@
+#include <chrono>
 #include <climits>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -69,7 +71,8 @@ TEST_F(CfgStoreTest, HostileKeysAndValuesSurviveARoundTripAndBig5StaysReadable) 
         EXPECT_FALSE((c < 0x20 && c != '\n') || c == 0x7F) << "raw control byte at " << pos;
         lines += c == '\n' ? 1 : 0;
     }
-    EXPECT_EQ(lines, hostile.size() + 1) << "one line per setting plus the header";
+    EXPECT_EQ(lines, hostile.size() + 2) << "one line per setting plus the header and the end line";
+    EXPECT_NE(text.find("\n# end: " + std::to_string(hostile.size()) + " settings\n"), std::string::npos);
     EXPECT_EQ(loaded.serialize(), text) << "one store, one file text";
 }
 
@@ -105,6 +108,30 @@ TEST_F(CfgStoreTest, SavingReplacesTheFileAtomicallyAndLoadingReadsItBack) {
     EXPECT_TRUE(loaded.empty());
 }
 
+TEST_F(CfgStoreTest, ASaveRemovesTemporaryFilesThatACrashLeftBehind) {
+    const fs::path path = m_dir / "layout.cfg";
+    const auto aged = fs::file_time_type::clock::now() - std::chrono::hours(2);
+    for (const char* name : {"layout.cfg.tmp-1-0", "layout.cfg.tmp-crashed", "layout.cfg.tmp-running",
+                             "other.cfg.tmp-1-0", "layout.cfg.bak"}) {
+        std::ofstream(m_dir / name) << "partial";
+        if (std::string(name) != "layout.cfg.tmp-running") {
+            fs::last_write_time(m_dir / name, aged);
+        }
+    }
+    std::ofstream(m_dir / "layout.cfg.tmp-90s") << "partial";
+    fs::last_write_time(m_dir / "layout.cfg.tmp-90s", fs::file_time_type::clock::now() - std::chrono::seconds(90));
+    CfgFileStore store;
+    store.SetViewInfo("News", 0, 0, "View", "Key", "value");
+    ASSERT_TRUE(store.save(path.string()));
+    std::set<std::string> left;
+    for (const auto& entry : fs::directory_iterator(m_dir)) {
+        left.insert(entry.path().filename().string());
+    }
+    EXPECT_EQ(left,
+              (std::set<std::string>{"layout.cfg", "layout.cfg.tmp-running", "other.cfg.tmp-1-0", "layout.cfg.bak"}))
+        << "temporaries of this file older than a minute go; a fresh one may be another process's save in progress";
+}
+
 TEST_F(CfgStoreTest, DamagedFilesAreRejectedWithTheirLineAndLeaveTheStoreEmpty) {
     const std::string header = std::string(CfgFileStore::kHeader) + "\n";
     struct Case {
@@ -115,7 +142,12 @@ TEST_F(CfgStoreTest, DamagedFilesAreRejectedWithTheirLineAndLeaveTheStoreEmpty) 
     const std::vector<Case> cases = {
         {"empty file", "", 1},
         {"no header", "News|0|0|V|K = v\n", 1},
-        {"other version", "# news layout store 2\n", 1},
+        {"no format number", "# news layout store x\n# end: 0 settings\n", 1},
+        {"cut short", header + "News|0|0|V|K = v\n", 3},
+        {"cut inside a line", header + "News|0|0|V|K = va", 3},
+        {"end line miscounts", header + "News|0|0|V|K = v\n# end: 2 settings\n", 3},
+        {"end line garbled", header + "# end: one settings\n", 2},
+        {"text after the end", header + "# end: 0 settings\nNews|0|0|V|K = v\n", 3},
         {"no separator", header + "News|0|0|V|K v\n", 2},
         {"separator without blank", header + "News|0|0|V|K=v\n", 2},
         {"four fields", header + "\n# note\nNews|0|0|K = v\n", 4},
@@ -140,8 +172,20 @@ TEST_F(CfgStoreTest, DamagedFilesAreRejectedWithTheirLineAndLeaveTheStoreEmpty) 
         EXPECT_TRUE(store.empty()) << c.why;
     }
 
+    CfgFileStore newer;
+    newer.SetViewInfo("Old", 0, 0, "V", "K", "kept?");
+    const auto tooNew = newer.parse("# news layout store 3\nNews|0|0|V|K = v\n# end: 1 settings\n");
+    EXPECT_EQ(tooNew.status, CfgFileStore::LoadStatus::kTooNew);
+    EXPECT_NE(tooNew.error.find("newer version"), std::string::npos) << tooNew.error;
+    EXPECT_TRUE(newer.empty());
+
+    CfgFileStore legacy;
+    ASSERT_TRUE(legacy.parse("# news layout store 1\nNews|0|0|V|K = v\n").ok()) << "format 1 had no end line";
+    EXPECT_EQ(legacy.size(), 1u);
+
     CfgFileStore store;
-    const auto crlf = store.parse(header.substr(0, header.size() - 1) + "\r\nNews|0|0|V|K =\r\nNews|0|0|V|L = x\r\n");
+    const auto crlf = store.parse(header.substr(0, header.size() - 1) +
+                                  "\r\nNews|0|0|V|K =\r\nNews|0|0|V|L = x\r\n# end: 2 settings\r\n");
     ASSERT_TRUE(crlf.ok()) << crlf.error;
     CString value = "?";
     EXPECT_TRUE(store.GetViewInfo("News", 0, 0, "V", "K", value));

@@ -135,6 +135,9 @@ TEST_F(DialogEngineTest, ModelessDialogIsAHiddenTopLevelWindowWithTheTemplateCon
     EXPECT_EQ(wnd->text(), "News search") << "the caption's language key is resolved";
     EXPECT_EQ(wnd->rect(), (Rect{350, 300, 650, 500})) << "centred over the owner";
     EXPECT_EQ(dialog.GetDlgItem(1)->text(), "OK!");
+    // The template's default button is made a default push button; the others plain ones.
+    EXPECT_EQ(button(dialog, 1).buttonKind(), win::BS_DEFPUSHBUTTON);
+    EXPECT_EQ(button(dialog, 2).buttonKind(), win::BS_PUSHBUTTON);
     EXPECT_EQ(dynamic_cast<host::ui::ListCtrl*>(dialog.GetDlgItem(40)) != nullptr, true);
     EXPECT_EQ(dialog.m_events, (std::vector<std::string>{"size:300x200", "init:1", "size:300x200"}))
         << "a size while the frame is made, OnInitDialog once the controls exist, then the size to lay out by";

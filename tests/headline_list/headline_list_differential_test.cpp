@@ -134,6 +134,19 @@ TEST(HeadlineListDifferential, HundredThousandRandomPushes) {
             list.sortNewestFirst();
             literal.sortNewestFirst();
         }
+        if (push % 25000 == 0) {
+            // A table sent again: the current entries, shuffled, and once with a newcomer.
+            std::vector<CHeadlineTable> again = literal.entries();
+            for (std::size_t i = again.size(); i > 1; --i) {
+                std::swap(again[i - 1], again[feed.pick(i)]);
+            }
+            if (push % 50000 == 0) {
+                again.push_back(feed.entry());
+            }
+            list.assignNewestFirst(again);
+            literal.assign(again);
+            literal.sortNewestFirst();
+        }
         if (push % 500 == 0) {
             ASSERT_EQ(list.toVector(), literal.entries()) << "lists differ after push " << push;
             expectSameLookups(list, literal, feed, push);

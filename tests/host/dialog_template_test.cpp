@@ -103,6 +103,7 @@ TEST(DialogTemplateTest, MalformedFilesAreRefusedWithTheirLine) {
         {head + "button 1 0 0 1 1 \"open\n", "line 3: a quoted text is not closed"},
         {head + "button 1 0 0 1 1 \"a\\q\"\n", "line 3: unknown escape \\q"},
         {head + "button 1 0 0 1 1 multi\n", "line 3: option 'multi' does not apply to button"},
+        {head + "edit 1 0 0 1 1 default\n", "line 3: option 'default' does not apply to edit"},
         {head + "edit 1 0 0 1 1 \"x\" \"y\"\n", "line 3: a text must come right after the size"},
         {head + "listctrl 1 0 0 1 1 column \"a\"\n", "line 3: column needs"},
         {head + "hoverbutton 1 0 0 1 1 bitmaps 1 2\n", "line 3: bitmaps needs three ids"},

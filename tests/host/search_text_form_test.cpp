@@ -1,3 +1,6 @@
+#include <cstdint>
+#include <limits>
+
 #include <gtest/gtest.h>
 
 #include "host/backend/search.h"
@@ -6,8 +9,17 @@ namespace {
 
 CSearch hostileSearch() {
     CSearch s;
-    s.m_vKeywords = {"a b", "x,y", "k=v", "semi;colon", "100%", "",           "\xB3\x5C\xA5\x5C" /* 許功 */,
-                     "\n\r\t", std::string("nul\0byte", 8), "\xA1",          "tail lead \x81"};
+    s.m_vKeywords = {"a b",
+                     "x,y",
+                     "k=v",
+                     "semi;colon",
+                     "100%",
+                     "",
+                     "\xB3\x5C\xA5\x5C" /* 許功 */,
+                     "\n\r\t",
+                     std::string("nul\0byte", 8),
+                     "\xA1",
+                     "tail lead \x81"};
     s.m_byScope = 2;
     s.m_byMethod = 255;
     s.m_tTime = -1234567890123LL;
@@ -60,22 +72,22 @@ TEST(SearchTextForm, MalformedTextIsRefusedAndLeavesTheRecordUnchanged) {
     const std::vector<std::string> bad = {
         "",
         "garbage",
-        "CSearch/2;s=0;m=0;t=0;f=1;k=0:;y=0:",      // unknown version
-        "CSearch/1;s=0;m=0;t=0;f=1;k=0:",           // missing field
-        "CSearch/1;m=0;s=0;t=0;f=1;k=0:;y=0:",      // wrong order
-        "CSearch/1;s=256;m=0;t=0;f=1;k=0:;y=0:",    // scope out of range
-        "CSearch/1;s=-1;m=0;t=0;f=1;k=0:;y=0:",     // negative scope
-        "CSearch/1;s=01;m=0;t=0;f=1;k=0:;y=0:",     // second spelling of a number
-        "CSearch/1;s=0;m=0;t=x;f=1;k=0:;y=0:",      // bad time
-        "CSearch/1;s=0;m=0;t=0;f=2;k=0:;y=0:",      // bad flag
-        "CSearch/1;s=0;m=0;t=0;f=1;k=2:a;y=0:",     // count does not match
-        "CSearch/1;s=0;m=0;t=0;f=1;k=1:a,b;y=0:",   // count does not match
-        "CSearch/1;s=0;m=0;t=0;f=1;k=0:a;y=0:",     // text after an empty list
-        "CSearch/1;s=0;m=0;t=0;f=1;k=1:%4;y=0:",    // cut escape
-        "CSearch/1;s=0;m=0;t=0;f=1;k=1:%zz;y=0:",   // bad escape
-        "CSearch/1;s=0;m=0;t=0;f=1;k=1:%41;y=0:",   // escape of a byte that needs none
-        "CSearch/1;s=0;m=0;t=0;f=1;k=1:a b;y=0:",   // raw blank
-        "CSearch/1;s=0;m=0;t=0;f=1;k=0:;y=0:;z=1",  // trailing field
+        "CSearch/2;s=0;m=0;t=0;f=1;k=0:;y=0:",                    // unknown version
+        "CSearch/1;s=0;m=0;t=0;f=1;k=0:",                         // missing field
+        "CSearch/1;m=0;s=0;t=0;f=1;k=0:;y=0:",                    // wrong order
+        "CSearch/1;s=256;m=0;t=0;f=1;k=0:;y=0:",                  // scope out of range
+        "CSearch/1;s=-1;m=0;t=0;f=1;k=0:;y=0:",                   // negative scope
+        "CSearch/1;s=01;m=0;t=0;f=1;k=0:;y=0:",                   // second spelling of a number
+        "CSearch/1;s=0;m=0;t=x;f=1;k=0:;y=0:",                    // bad time
+        "CSearch/1;s=0;m=0;t=0;f=2;k=0:;y=0:",                    // bad flag
+        "CSearch/1;s=0;m=0;t=0;f=1;k=2:a;y=0:",                   // count does not match
+        "CSearch/1;s=0;m=0;t=0;f=1;k=1:a,b;y=0:",                 // count does not match
+        "CSearch/1;s=0;m=0;t=0;f=1;k=0:a;y=0:",                   // text after an empty list
+        "CSearch/1;s=0;m=0;t=0;f=1;k=1:%4;y=0:",                  // cut escape
+        "CSearch/1;s=0;m=0;t=0;f=1;k=1:%zz;y=0:",                 // bad escape
+        "CSearch/1;s=0;m=0;t=0;f=1;k=1:%41;y=0:",                 // escape of a byte that needs none
+        "CSearch/1;s=0;m=0;t=0;f=1;k=1:a b;y=0:",                 // raw blank
+        "CSearch/1;s=0;m=0;t=0;f=1;k=0:;y=0:;z=1",                // trailing field
         "CSearch/1;s=0;m=0;t=99999999999999999999;f=1;k=0:;y=0:", // time overflow
     };
     for (const std::string& text : bad) {
@@ -85,6 +97,28 @@ TEST(SearchTextForm, MalformedTextIsRefusedAndLeavesTheRecordUnchanged) {
     }
     CSearch s;
     EXPECT_TRUE(s.LoadStringA(good));
+}
+
+TEST(SearchTextForm, EveryTimeHasExactlyOneSpellingThatLoadsBack) {
+    // The most negative time has no positive counterpart: it must still load back.
+    for (const std::int64_t time :
+         {std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::min() + 1, std::int64_t{-1},
+          std::int64_t{0}, std::int64_t{1}, std::numeric_limits<std::int64_t>::max()}) {
+        CSearch s;
+        s.m_tTime = time;
+        CSearch back;
+        back.m_tTime = 42;
+        ASSERT_TRUE(back.LoadStringA(s.GetString())) << s.GetString();
+        EXPECT_EQ(back.m_tTime, time);
+    }
+    // Zero is written "0" only; a signed zero, a zero-padded or a bare sign is a second spelling.
+    for (const char* text :
+         {"CSearch/1;s=0;m=0;t=-0;f=1;k=1:;y=1:", "CSearch/1;s=0;m=0;t=-01;f=1;k=0:;y=0:",
+          "CSearch/1;s=0;m=0;t=00;f=1;k=0:;y=0:", "CSearch/1;s=0;m=0;t=-;f=1;k=0:;y=0:",
+          "CSearch/1;s=0;m=0;t=+1;f=1;k=0:;y=0:", "CSearch/1;s=0;m=0;t=-9223372036854775809;f=1;k=0:;y=0:"}) {
+        CSearch s;
+        EXPECT_FALSE(s.LoadStringA(text)) << "accepted: " << text;
+    }
 }
 
 } // namespace

@@ -26,7 +26,7 @@ TEST_F(ModesLayoutTest, ControlRowPageButtonsAndGridFollowTheFontUnits) {
     createView();
     // Default font: text height h = 16, so U = 70, W1 = 102, W2 = 122, V = 64; the tab band
     // is the tab height (22) plus 2, the control row runs from 29 to 49.
-    EXPECT_EQ(control(news::kIdTabStrip)->rect(), (Rect{0, 0, 924, 22}));
+    EXPECT_EQ(control(news::kIdTabStrip)->rect(), (Rect{0, 0, 924, 24}));
     EXPECT_EQ(control(news::kIdServiceButton)->rect(), (Rect{4, 29, 80, 49}));
     EXPECT_EQ(control(news::kIdDatePicker)->rect(), (Rect{84, 29, 186, 49}));
     EXPECT_EQ(control(news::kIdCategoryCombo)->rect(), (Rect{84, 29, 206, 49}));

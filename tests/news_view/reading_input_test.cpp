@@ -101,6 +101,18 @@ TEST_F(ReadingInputTest, ThePaneFollowsMovesToARowUpToTheTableSizeItself) {
     EXPECT_NE(paneStory().text().find("Story 2"), std::string::npos);
 }
 
+TEST_F(ReadingInputTest, PageButtonsOnAnEmptyListLeaveThePaneAlone) {
+    createView();
+    m_view->SetStoryShowType(2);
+    NewsStoryView& pane = *m_view->GetStoryPane();
+    pane.SetHeadLinePos(5);
+    const CString shown = paneStory().text();
+    m_view->OnBtnPageDown();
+    m_view->OnBtnPageUp();
+    EXPECT_EQ(pane.GetHeadLinePos(), 5) << "no row to move to";
+    EXPECT_EQ(paneStory().text(), shown);
+}
+
 TEST_F(ReadingInputTest, StoryAnswersGoToTheDisplayInUse) {
     addThree();
     const CHeadlineTable late = addNews(16, taipei(9, 45), 4, "Late");

@@ -134,6 +134,8 @@ TEST_F(ServicesSymbolTest, SymbolModeOpensOnTheFallbackSymbolAndReportsPlacehold
     m_backend.addSymbol(16, "2330", "TSMC");
     m_backend.addSymbol(16, "ABCD", "not a stock code");
     createView();
+    // A symbol the view follows but its list lacks: the list opens on the fallback symbol.
+    m_view->ChangeSymbol(m_view.get(), 0, 16, "9999", "unknown");
     m_view->SwitchFunction(news::kModeSymbol);
     auto* combo = dynamic_cast<headless::HeadlessComboBox*>(control(news::kIdSymbolCombo));
     ASSERT_NE(combo, nullptr);

@@ -29,6 +29,16 @@ TEST(ScenarioScriptTest, BlocksTakeDeeperLinesIncludingBlankAndHashLines) {
     EXPECT_EQ(statements[1].block, std::vector<std::string>{"# a comment line is never a statement"});
 }
 
+TEST(ScenarioScriptTest, LinesOfCarriageReturnsAreBlank) {
+    // A line holding only CRs (one of them before the newline) is as blank as an empty line.
+    EXPECT_TRUE(parseScript("\x0d\x0d\x0a").empty());
+    const auto statements = parseScript("\r\r\n  \r \t\r\nprint caption\r\r\n\r\n\r");
+    ASSERT_EQ(statements.size(), 1u);
+    EXPECT_EQ(statements[0].line, 3);
+    EXPECT_EQ(statements[0].text, "print caption");
+    EXPECT_TRUE(statements[0].block.empty()) << "blank lines after a statement are no block";
+}
+
 TEST(ScenarioScriptTest, WordsUnquoteAndUnescapeAndBadQuotesNameTheLine) {
     const auto words = scenario::splitWords(R"(type 3008 "a \"b\" \\ \x41\b" tail)", 1);
     ASSERT_EQ(words.size(), 4u);
@@ -94,6 +104,11 @@ TEST_F(ScenarioRunnerTest, ActionsThatCannotHappenFailTheLineAndTheRunGoesOn) {
     EXPECT_NE(err.find("t.nvs:6: row 1 is not on the visible page"), std::string::npos) << err;
     EXPECT_EQ(err.find("t.nvs:7"), std::string::npos);
     EXPECT_EQ(m_out.str(), "grid 0 count: 1\n");
+}
+
+TEST_F(ScenarioRunnerTest, AScriptOfBlankLinesRunsAndPasses) {
+    EXPECT_EQ(run("\x0d\x0d\x0a"), 0) << m_err.str();
+    EXPECT_EQ(run("\r\r\nprint caption\r\r\n"), 0) << m_err.str();
 }
 
 TEST_F(ScenarioRunnerTest, ScriptMistakesStopTheRunWithStatusTwo) {

@@ -85,14 +85,80 @@ TEST(NewstermSettingsTest, GeometryLanguageAndViewSettingsSurviveARestart) {
     EXPECT_TRUE(QDir(home.path() + QStringLiteral("/newsterm")).entryList(QDir::Files) ==
                 QStringList{QStringLiteral("layout.cfg")})
         << "no temporary file is left behind";
+}
 
-    QFile damaged(path);
-    ASSERT_TRUE(damaged.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    damaged.write("not a layout file\n");
-    damaged.close();
-    newsterm::TermSettings broken(path);
-    EXPECT_FALSE(broken.load().isEmpty());
-    EXPECT_TRUE(broken.language().isEmpty()) << "nothing half-applied from a damaged file";
+// Writes bytes to a file, replacing it.
+void writeFile(const QString& path, const QByteArray& bytes) {
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(bytes);
+}
+
+QByteArray readFile(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+TEST(NewstermSettingsTest, AnUnusableFileIsKeptAsideAndTheTerminalStartsWithDefaults) {
+    QTemporaryDir home;
+    const QString path = home.filePath(QStringLiteral("layout.cfg"));
+    QByteArray good;
+    {
+        newsterm::TermSettings settings(path);
+        settings.setLanguage(QStringLiteral("en"));
+        settings.setColorScheme(QStringLiteral("light"));
+        for (int i = 0; i < 20; ++i) {
+            settings.layout().SetViewInfo("Main", 0, 0, "TRVNewsCtrlView", "Key" + std::to_string(i), "value");
+        }
+        ASSERT_TRUE(settings.save().isEmpty());
+        good = readFile(path);
+    }
+    struct Case {
+        const char* why;
+        QByteArray bytes;
+        const char* keptAs;
+    };
+    const std::vector<Case> cases = {
+        {"damaged", QByteArray("not a layout file\n"), ".damaged-"},
+        {"cut short in the middle", good.left(good.size() / 2), ".damaged-"},
+        {"cut short after a whole line", good.left(good.lastIndexOf('\n', good.size() - 2) + 1), ".damaged-"},
+        {"written by a newer version", QByteArray("# news layout store 9\nnewsterm|0|0|MainWindow|language = en\n"),
+         ".newer-"},
+    };
+    for (const Case& c : cases) {
+        writeFile(path, c.bytes);
+        newsterm::TermSettings settings(path);
+        const QString message = settings.load();
+        ASSERT_FALSE(settings.keptAside().isEmpty()) << c.why;
+        EXPECT_TRUE(settings.keptAside().startsWith(path + QString::fromLatin1(c.keptAs)))
+            << c.why << ": " << qPrintable(settings.keptAside());
+        EXPECT_TRUE(message.contains(settings.keptAside())) << c.why << ": the message names the kept file";
+        EXPECT_TRUE(message.contains(QStringLiteral("default settings"))) << qPrintable(message);
+        EXPECT_EQ(readFile(settings.keptAside()), c.bytes) << c.why << ": kept byte for byte";
+        EXPECT_FALSE(QFile::exists(path)) << c.why;
+        EXPECT_TRUE(settings.language().isEmpty()) << c.why << ": nothing half-applied";
+        EXPECT_TRUE(settings.colorScheme().isEmpty()) << c.why;
+
+        // The session's settings go to a new file; the kept one stays as it was.
+        settings.setLanguage(QStringLiteral("zh-TW"));
+        ASSERT_TRUE(settings.save().isEmpty()) << c.why;
+        EXPECT_EQ(readFile(settings.keptAside()), c.bytes) << c.why;
+        newsterm::TermSettings again(path);
+        EXPECT_TRUE(again.load().isEmpty()) << c.why;
+        EXPECT_EQ(again.language(), QStringLiteral("zh-TW")) << c.why;
+        QFile::remove(settings.keptAside());
+    }
+
+    // Two damaged files in the same second are both kept.
+    writeFile(path, "first\n");
+    newsterm::TermSettings first(path);
+    first.load();
+    writeFile(path, "second\n");
+    newsterm::TermSettings second(path);
+    second.load();
+    EXPECT_NE(first.keptAside(), second.keptAside());
+    EXPECT_EQ(readFile(first.keptAside()), QByteArray("first\n"));
+    EXPECT_EQ(readFile(second.keptAside()), QByteArray("second\n"));
 }
 
 } // namespace

@@ -317,8 +317,8 @@ TEST_F(NewstermWalkthroughTest, SymbolTabCombosChangeTheListByMouseAndKeyboard) 
     auto* symbols = widget<QComboBox>(news::kIdSymbolCombo);
     ASSERT_TRUE(services != nullptr && symbols != nullptr);
     EXPECT_EQ(services->currentText(), lang("台灣證券"));
-    EXPECT_TRUE(symbols->currentText().startsWith(QStringLiteral("6214 ")))
-        << "a fresh terminal falls back to 6214: " << qPrintable(symbols->currentText());
+    EXPECT_TRUE(symbols->currentText().startsWith(QStringLiteral("2330 ")))
+        << "a fresh terminal follows its first-start symbol: " << qPrintable(symbols->currentText());
     const auto about = [](int service, const char* symbol) {
         return countFeed(
             [=](const FeedHeadline& h) { return h.service == service && h.symbol == QLatin1String(symbol); });

@@ -143,10 +143,25 @@ void NewstermWindowTest::SetUp() {
     m_clock.set(localSeconds(kToday, 12));
 
     RegisterNewsModule();
-    m_settings = std::make_unique<newsterm::TermSettings>(m_dir.filePath(QStringLiteral("layout.cfg")));
+    m_settings = std::make_unique<newsterm::TermSettings>(settingsPath());
     m_window = std::make_unique<newsterm::MainWindow>(*m_ui, *m_session, *m_settings, QStringLiteral("zh-TW"));
     showActive(m_window.get());
     ASSERT_NE(viewWidget(), nullptr) << "the news view is not in the window";
+}
+
+QString NewstermWindowTest::settingsPath() const {
+    return m_dir.filePath(QStringLiteral("layout.cfg"));
+}
+
+void NewstermWindowTest::restartWindow() {
+    m_window->close();
+    m_window.reset();
+    drainEvents();
+    m_settings = std::make_unique<newsterm::TermSettings>(settingsPath());
+    ASSERT_TRUE(m_settings->load().isEmpty());
+    m_window = std::make_unique<newsterm::MainWindow>(*m_ui, *m_session, *m_settings, QStringLiteral("zh-TW"));
+    showActive(m_window.get());
+    ASSERT_NE(viewWidget(), nullptr) << "the news view is not in the restarted window";
 }
 
 void NewstermWindowTest::TearDown() {

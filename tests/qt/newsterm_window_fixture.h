@@ -107,6 +107,11 @@ protected:
 
     newsterm::MainWindow& window() const { return *m_window; }
     qthost::QtUiHost& ui() const { return *m_ui; }
+    newsterm::BackendSession& session() const { return *m_session; }
+    QString settingsPath() const;
+    // Quits the window as a person does (its settings are saved on close) and starts a new one
+    // on the same back end, reading the settings file again: a restart of the terminal.
+    void restartWindow();
 
 private:
     SetClock m_clock;

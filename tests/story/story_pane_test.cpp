@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "adapters/headless/headless_controls.h"
+#include "headline_list/entry_equality.h"
 #include "host/framework/sync_info.h"
 #include "story/news_story_view.h"
 #include "story/story_text.h"
@@ -40,26 +41,37 @@ TEST(StoryTextTest, LineBreaksAreWrappingAndFourAtSignsAParagraph) {
     EXPECT_EQ(converted(""), "");
 }
 
-TEST(StoryTextTest, EntriesAreTheSameStoryOnTheSameLocalDay) {
+// The one equality the story displays and the print and save jobs share.
+TEST(EntryEqualityTest, EntriesAreTheSameStoryOnTheSameLocalDay) {
+    EntryEquality eq;
     const CHeadlineTable a{16, taipei(9, 0), 7, 70, 5};
     CHeadlineTable b = a;
     b.m_tTime = taipei(23, 59);
-    EXPECT_TRUE(story::bSameEntry(a, b)) << "another time of the same day";
+    EXPECT_TRUE(eq.equal(a, b)) << "another time of the same day";
     b.m_tTime = taipei(24, 0);
-    EXPECT_FALSE(story::bSameEntry(a, b)) << "midnight starts another day";
-    // Times the calendar cannot break down have no day: two such are alike, one alone is not.
+    EXPECT_FALSE(eq.equal(a, b)) << "midnight starts another day";
+    // A time the calendar cannot break down has no day: it equals only the very same time.
     b.m_tTime = std::numeric_limits<std::int64_t>::max();
-    EXPECT_FALSE(story::bSameEntry(a, b));
+    EXPECT_FALSE(eq.equal(a, b));
+    EXPECT_TRUE(eq.equal(b, b));
     CHeadlineTable c = b;
     c.m_tTime = std::numeric_limits<std::int64_t>::min();
-    EXPECT_TRUE(story::bSameEntry(b, c));
+    EXPECT_FALSE(eq.equal(b, c));
     for (const auto change :
          {+[](CHeadlineTable& e) { e.m_byService = 22; }, +[](CHeadlineTable& e) { e.m_iSeqNo = 8; },
           +[](CHeadlineTable& e) { e.m_llValue2 = 71; }, +[](CHeadlineTable& e) { e.m_ullLast = 6; }}) {
         CHeadlineTable other = a;
         change(other);
-        EXPECT_FALSE(story::bSameEntry(a, other));
+        EXPECT_FALSE(eq.equal(a, other));
     }
+    // A headline has no trailing values: service, day and number decide.
+    CHeadline h;
+    h.m_byService = 16;
+    h.m_tTime = taipei(18, 30);
+    h.m_iSeqNo = 7;
+    EXPECT_TRUE(eq.equal(a, h));
+    h.m_iSeqNo = 8;
+    EXPECT_FALSE(eq.equal(a, h));
 }
 
 class StoryPaneTest : public NewsViewTest {

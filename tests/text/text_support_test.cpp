@@ -118,6 +118,18 @@ TEST(ProfileTest, ProfileStringSemantics) {
     std::filesystem::remove(path);
 }
 
+TEST(ProfileTest, BracketsAreFoundOnCharacterBoundaries) {
+    // 也 (A4 5D), 包 (A5 5D) and 因 (A6 5D) end in the byte of ']'.
+    ProfileFile profile;
+    profile.parse("\x5b\xa4\x5d\x5d\x0a\x6b\x3d\x76\x0a"
+                  "[\xA5\x5D\xA6\x5D]\nkey=both\n"
+                  "[\xA4\x5D]x]\nafter=1\n");
+    EXPECT_EQ(profile.getString("\xA4\x5D", "k", "default"), "v");
+    EXPECT_EQ(profile.getString("\xA4", "k", "default"), "default") << "the lead byte alone names no section";
+    EXPECT_EQ(profile.getString("\xA5\x5D\xA6\x5D", "key", ""), "both");
+    EXPECT_EQ(profile.getString("\xA4\x5D", "after", ""), "1") << "text after the closing bracket is ignored";
+}
+
 TEST(TextFileTest, LineEndsAndFailures) {
     const std::string path = tempPath("out.txt");
     TextFileWriter writer;
