@@ -309,7 +309,7 @@ private:
     news::LateOwned<TRVNewsStory> m_pNewsStory;
     news::LateOwned<CQuoteDlgTipMsg> m_pTipMsg;
     CNewsRelateSymbolQuoteView* m_pRelateQuoteView = nullptr; // owned by the window tree
-    NewsStoryView* m_pStoryView = nullptr; // owned by the window tree
+    NewsStoryView* m_pStoryView = nullptr;                    // owned by the window tree
     news::LateOwned<TRVNewsPrint> m_pNewsPrint;
     news::LateOwned<TRVSaveToFile> m_pSaveToFile;
     host::ui::DatePicker* m_pDateTime = nullptr;
