@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <future>
+#include <utility>
 
 #include "embedded_backend/day_math.h"
 #include "embedded_backend/store_worker.h"
@@ -54,6 +55,7 @@ EmbeddedBackend::EmbeddedBackend(EmbeddedBackendOptions options)
     if (!m_options.systemPath.empty()) {
         m_ui->catalog.loadIni((std::filesystem::path(m_options.systemPath) / "NewsService.ini").string());
     }
+    openQuoteBook();
     if (!m_options.languageFile.empty()) {
         m_ui->language.load(m_options.languageFile);
     }
@@ -155,6 +157,7 @@ void EmbeddedBackend::shutdown() {
     m_shutDown = true;
     m_replay.stop();
     m_generator.stop();
+    m_quoteFeed.stop();
     m_ingest->releaseHeldToStore();
     m_worker->flush();
     m_worker->stop();
@@ -198,8 +201,30 @@ bool EmbeddedBackend::setLanguageFile(const std::string& path) {
 }
 
 void EmbeddedBackend::ingest(std::vector<FeedEvent> events) {
-    if (!m_shutDown) {
-        m_ingest->submit(std::move(events));
+    if (m_shutDown) {
+        return;
+    }
+    // Trades go to the quote book, news to the ingest; runs keep the order of the feed.
+    std::vector<FeedEvent> news;
+    std::vector<QuoteTick> quotes;
+    for (FeedEvent& e : events) {
+        if (e.kind == FeedEventKind::Quote) {
+            if (!news.empty()) {
+                m_ingest->submit(std::exchange(news, {}));
+            }
+            quotes.push_back(std::move(e.quote));
+        } else {
+            if (!quotes.empty()) {
+                ingestQuotes(std::exchange(quotes, {}));
+            }
+            news.push_back(std::move(e));
+        }
+    }
+    if (!news.empty()) {
+        m_ingest->submit(std::move(news));
+    }
+    if (!quotes.empty()) {
+        ingestQuotes(std::move(quotes));
     }
 }
 

@@ -12,6 +12,7 @@
 #include "embedded_backend/news_cache.h"
 #include "embedded_backend/news_generator.h"
 #include "embedded_backend/news_store.h"
+#include "embedded_backend/quote_feed.h"
 #include "embedded_backend/replay_feed.h"
 #include "host/backend/bk_quote_interface.h"
 #include "host/backend/search_control.h"
@@ -99,6 +100,15 @@ public:
     void stopGenerator();
     bool waitGeneratorFinished(std::chrono::milliseconds timeout);
 
+    // The simulated exchange: trades of the listed and emerging-board symbols. startTime 0: now.
+    void startQuoteFeed(QuoteFeedOptions options);
+    void stopQuoteFeed();
+    bool waitQuoteFeedFinished(std::chrono::milliseconds timeout);
+    // Trades in the app's own hands (any thread): recorded in order with the news events.
+    void ingestQuotes(std::vector<QuoteTick> ticks);
+    // Trades the quote book refused so far (UI thread).
+    std::uint64_t rejectedQuotes() const;
+
     // Blocks until the store worker ran everything queued so far (its answers may still be
     // waiting in the dispatcher). For tests, tools and shutdown.
     void flushStore();
@@ -121,6 +131,8 @@ public:
                                   const std::vector<CHeadlineTable>& entries) override;
     bool BKQNEWS_bSearchNews(unsigned char service, int kind, const CSearch& condition) override;
     bool BKNEWS_GetSymbolListBySeqNo(CNewsSymLst& symbols, const CHeadlineTable& entry) override;
+    bool BKQbGetSymbolMemory(CMemoryInfo& memory, unsigned char service, const CString& code) override;
+    bool BKQbReRequestSymbolMemory(unsigned char service, const CString& code) override;
     bool BKQNEWS_bGetAllNewsService(std::vector<unsigned char>& services) override;
     bool BKQNEWS_bGetFullNameByService(CString& name, unsigned char service) override;
     bool BKQNEWS_bGetShortNameByService(CString& name, unsigned char service) override;
@@ -151,6 +163,8 @@ public:
 
 private:
     std::int64_t now() const;
+    // Starts the day of every listed and emerging-board symbol of the catalogue in the quote book.
+    void openQuoteBook();
     // Runs work on the UI thread after everything the store worker has queued: the way
     // every answer keeps request order.
     void answerInOrder(std::function<void(UiState&)> work);
@@ -162,6 +176,7 @@ private:
     std::unique_ptr<Ingest> m_ingest;
     ReplayFeed m_replay;
     GeneratorFeed m_generator;
+    QuoteFeed m_quoteFeed;
     bool m_opened = false;
     bool m_shutDown = false;
 };

@@ -4,11 +4,12 @@
 #include <optional>
 #include <vector>
 
+#include "embedded_backend/quote_book.h"
 #include "host/backend/news_records.h"
 
 namespace embedded {
 
-enum class FeedEventKind { Headline, Story, Resend, NewDay, Disconnect, Reconnect };
+enum class FeedEventKind { Headline, Story, Resend, NewDay, Disconnect, Reconnect, Quote };
 
 // One event of a feed: the replay file, the generator or the application's own ingest call.
 // Texts are code page 950 bytes.
@@ -25,6 +26,7 @@ struct FeedEvent {
     // NewDay: the new date (0 = the day after the service's current one). Story: the news day of
     // its headline (0 = the service's current day).
     int day = 0;
+    QuoteTick quote; // Quote: the trade (service and time are in the tick)
     // Headline: the server sent it but the link lost it. It reaches the terminal only when a
     // gap in the service's sequence numbers makes the back end ask the server for it again.
     bool lost = false;

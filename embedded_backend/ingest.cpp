@@ -143,6 +143,9 @@ void Ingest::convert(const FeedEvent& e, NewsBatch& batch) {
     case FeedEventKind::Disconnect:
     case FeedEventKind::Reconnect:
         return; // handled by submit
+    case FeedEventKind::Quote:
+        ++m_stats.rejected; // trades go to the quote book, never through the news ingest
+        return;
     }
     ++m_stats.accepted;
 }

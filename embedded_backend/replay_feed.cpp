@@ -8,6 +8,7 @@
 #include "embedded_backend/chinese_text.h"
 #include "embedded_backend/day_math.h"
 #include "embedded_backend/json.h"
+#include "host/backend/quote_price.h"
 #include "host/text/cp950.h"
 
 namespace embedded {
@@ -109,6 +110,32 @@ bool symbolsField(const JsonValue& object, unsigned char service, std::vector<CS
 
 LineStatus parseLine(std::string_view line, std::int64_t baseTime, FeedEvent& event, double& at, std::string& error);
 
+// A price in the currency unit with at most two decimals, kept in hundredths. 0 is allowed
+// only where the field may say "none".
+bool priceField(const JsonValue& object, const char* name, bool required, std::int32_t& out, std::string& error) {
+    const JsonValue* v = object.find(name);
+    if (v == nullptr) {
+        if (required) {
+            error = std::string("missing \"") + name + "\"";
+        }
+        return !required;
+    }
+    const double d = v->isNumber() ? v->numberValue() : std::nan("");
+    const double hundredths = d * 100.0;
+    if (!v->isNumber() || !(d >= 0) || d > 1000000.0 || std::fabs(hundredths - std::round(hundredths)) > 1e-6 ||
+        (required && std::llround(hundredths) == 0)) {
+        error = std::string("\"") + name + "\" must be a price from " + (required ? "0.01" : "0") +
+                " to 1000000 with at most two decimals";
+        return false;
+    }
+    out = static_cast<std::int32_t>(std::llround(hundredths));
+    if (out != 0 && !quote_price::onTick(out)) {
+        error = std::string("\"") + name + "\" is not on the tick ladder of its price band";
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
 LineStatus parseReplayLine(std::string_view line, std::int64_t baseTime, FeedEvent& event, double& at,
@@ -205,6 +232,27 @@ LineStatus parseLine(std::string_view line, std::int64_t baseTime, FeedEvent& ev
         if (!integerField(o, "service", 1, 255, service, error) || !dateField(o, event.day, error)) {
             return LineStatus::Bad;
         }
+    } else if (kind == "quote") {
+        event.kind = FeedEventKind::Quote;
+        QuoteTick& q = event.quote;
+        long long volume = 0;
+        if (!integerField(o, "service", 1, 255, service, error) || !textField(o, "code", true, q.code, error) ||
+            !textField(o, "name", false, q.name, error) || !priceField(o, "ref", false, q.reference, error) ||
+            !priceField(o, "last", true, q.last, error) || !priceField(o, "bid", false, q.bid, error) ||
+            !priceField(o, "ask", false, q.ask, error) || !integerField(o, "volume", 0, INT32_MAX, volume, error)) {
+            return LineStatus::Bad;
+        }
+        if (q.code.empty()) {
+            error = "\"code\" is empty";
+            return LineStatus::Bad;
+        }
+        if (q.bid != 0 && q.ask != 0 && q.bid > q.ask) {
+            error = "\"bid\" is above \"ask\"";
+            return LineStatus::Bad;
+        }
+        q.service = static_cast<unsigned char>(service);
+        q.time = event.time;
+        q.volume = static_cast<std::int32_t>(volume);
     } else if (kind == "disconnect") {
         event.kind = FeedEventKind::Disconnect;
     } else if (kind == "reconnect") {
@@ -378,6 +426,30 @@ std::string replayLine(const FeedEvent& e, double at) {
     case FeedEventKind::Reconnect:
         out += "\"reconnect\"";
         break;
+    case FeedEventKind::Quote: {
+        const QuoteTick& q = e.quote;
+        const auto price = [](std::int32_t hundredths) {
+            char buffer[32];
+            std::snprintf(buffer, sizeof buffer, "%d.%02d", hundredths / 100, hundredths % 100);
+            return std::string(buffer);
+        };
+        out += "\"quote\",\"service\":" + std::to_string(q.service) + ",\"code\":" + jsonQuote(cp950::toUtf8(q.code));
+        if (!q.name.empty()) {
+            out += ",\"name\":" + jsonQuote(cp950::toUtf8(q.name));
+        }
+        if (q.reference != 0) {
+            out += ",\"ref\":" + price(q.reference);
+        }
+        out += ",\"last\":" + price(q.last);
+        if (q.bid != 0) {
+            out += ",\"bid\":" + price(q.bid);
+        }
+        if (q.ask != 0) {
+            out += ",\"ask\":" + price(q.ask);
+        }
+        out += ",\"volume\":" + std::to_string(q.volume);
+        break;
+    }
     }
     return out + "}";
 }

@@ -23,6 +23,7 @@ void UiState::toService(unsigned char service, const std::function<void(NewsRece
 }
 
 void UiState::apply(const NewsBatch& batch) {
+    const bool wasConnected = connected;
     Recovery recovery;
     for (const NewsChange& change : batch.changes) {
         if (const auto* h = std::get_if<HeadlineRecord>(&change)) {
@@ -39,6 +40,65 @@ void UiState::apply(const NewsBatch& batch) {
     }
     if (batch.recovery) {
         announce(recovery);
+    }
+    if (!wasConnected && connected) {
+        recoverAllQuotes();
+    }
+}
+
+void UiState::applyQuotes(const std::vector<QuoteTick>& ticks) {
+    for (const QuoteTick& tick : ticks) {
+        if (quotes.apply(tick) != QuoteBook::ApplyResult::Applied) {
+            ++quotesRejected;
+            continue;
+        }
+        if (!connected) {
+            continue; // the book moves on; the views get it back with the reconnection
+        }
+        const std::vector<NewsReceiver*> receivers = subscriptions->receiversFor(tick.service, tick.code);
+        if (receivers.empty()) {
+            continue;
+        }
+        const CMemoryInfo record = *quotes.find(tick.service, tick.code);
+        for (NewsReceiver* receiver : receivers) {
+            // An earlier call may have unregistered this view (or destroyed it).
+            const std::vector<NewsReceiver*> now = subscriptions->receiversFor(tick.service, tick.code);
+            if (std::find(now.begin(), now.end(), receiver) != now.end()) {
+                receiver->vRecvNewMemory(&record);
+            }
+        }
+    }
+}
+
+bool UiState::recoverQuote(unsigned char service, const CString& code) {
+    const CMemoryInfo* found = quotes.find(service, code);
+    if (found == nullptr) {
+        return false;
+    }
+    const CMemoryInfo record = *found;
+    for (NewsReceiver* receiver : subscriptions->receiversFor(service, code)) {
+        const std::vector<NewsReceiver*> now = subscriptions->receiversFor(service, code);
+        if (std::find(now.begin(), now.end(), receiver) != now.end()) {
+            receiver->vRecvMemoryRecovery(&record);
+        }
+    }
+    return true;
+}
+
+void UiState::recoverAllQuotes() {
+    for (NewsReceiver* receiver : subscriptions->allReceivers()) {
+        if (!subscriptions->isRegistered(receiver)) {
+            continue;
+        }
+        std::vector<CMemoryInfo> records;
+        for (const CSymbolInfo& s : subscriptions->symbolsOf(receiver)) {
+            if (const CMemoryInfo* found = quotes.find(s.m_byMarket, s.m_strCode)) {
+                records.push_back(*found);
+            }
+        }
+        if (!records.empty()) {
+            receiver->vRecvMultiSymbolMemoryRecovery(&records);
+        }
     }
 }
 

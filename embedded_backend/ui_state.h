@@ -10,6 +10,7 @@
 #include "embedded_backend/catalog.h"
 #include "embedded_backend/news_cache.h"
 #include "embedded_backend/news_records.h"
+#include "embedded_backend/quote_book.h"
 #include "host/backend/news_receiver.h"
 #include "host/backend/subscriptions.h"
 #include "host/text/language_table.h"
@@ -22,6 +23,8 @@ struct UiState {
     NewsCache cache;
     Catalog catalog;
     LanguageTable language;
+    QuoteBook quotes;
+    std::uint64_t quotesRejected = 0; // trades the book refused (unknown symbol, bad price)
     NewsSubscriptions* subscriptions = nullptr;
     bool connected = true;
     std::string storeError;
@@ -39,6 +42,14 @@ struct UiState {
     // earlier callback may have unregistered it).
     void toAll(const std::function<void(NewsReceiver&)>& call);
     void toService(unsigned char service, const std::function<void(NewsReceiver&)>& call);
+
+    // Records trades in the quote book and, while connected, pushes each new record to the
+    // views registered for its symbol (checked at each call).
+    void applyQuotes(const std::vector<QuoteTick>& ticks);
+    // Sends a symbol's record again to the views registered for it; false when the book has none.
+    bool recoverQuote(unsigned char service, const CString& code);
+    // After a reconnection: every view gets the records of all symbols it registered at once.
+    void recoverAllQuotes();
 
     void answerSearch(unsigned char service, int kind, const CSearch& condition, std::vector<CHeadlineTable> entries);
 

@@ -3,6 +3,7 @@
 #include "host/backend/bk_quote_interface.h"
 #include "host/text/format.h"
 #include "news_view/news_ctrl_view.h"
+#include "search/news_relate_symbol_quote_view.h"
 
 using host::ui::CSuperSheetWnd;
 

@@ -2,6 +2,7 @@
 // view. Each display takes its share only while it exists; the view reaches the pane and the
 // window through these few operations alone.
 #include "news_view/news_ctrl_view.h"
+#include "search/news_relate_symbol_quote_view.h"
 #include "story/news_story_dlg.h"
 #include "story/news_story_view.h"
 
@@ -33,8 +34,11 @@ void TRVNewsCtrlView::vPassStoryUpdateToDisplays(const CHeadlineTable& entry) {
     }
 }
 
-void TRVNewsCtrlView::vPassSymbolsToRelateQuoteView(const CNewsSymLst& /*symbols*/) {
-    // The related-symbol quote view lists these once its class is part of the module.
+void TRVNewsCtrlView::vPassSymbolsToRelateQuoteView(const CNewsSymLst& symbols) {
+    if (m_pRelateQuoteView != nullptr) {
+        const CNewsSymLst copy = symbols; // the list may outlive the back end's record
+        m_pRelateQuoteView->vSetSymbolList(copy.m_vSymbols);
+    }
 }
 
 bool TRVNewsCtrlView::bStoryDialogShown() const {

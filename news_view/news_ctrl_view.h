@@ -71,7 +71,7 @@ public:
     void ChangeActiveApp(int active) override;
     void ChangeSymbol(const TRVQuoteBaseView* sender, unsigned char group, unsigned char service, const CString& code,
                       const CString& name) override;
-    void GetCurrSymbolInfo(unsigned char& service, CString& code) override;
+    int GetCurrSymbolInfo(unsigned char& service, CString& code) override;
     // The code of the symbol the view follows, whatever the mode (for the host's symbol box):
     // the one it was given or chose, else the symbol combo's restored selection.
     CString newsSymbolCode() const { return m_strNewsSymbolCode.empty() ? selectedSymbolCode() : m_strNewsSymbolCode; }
@@ -160,6 +160,8 @@ public:
     void GetSymbolNews(const CString& code);
     void OnSelSymbol(const CString& code);
     void ChangeNewsSymbolList();
+    // Empties the related-symbol quote list when it exists.
+    void vClearRelateQuoteList();
 
     // ---- Categories and colours ----
     bool bInitialTransferCatObject();
@@ -269,6 +271,7 @@ public:
     const std::vector<NewsServiceEntry>& GetServiceList() const { return m_vService; }
     int GetWarrantServiceIndex() const { return m_iWarrantIndex; }
     NewsStoryView* GetStoryPane() const { return m_pStoryView; }
+    CNewsRelateSymbolQuoteView* GetRelateQuoteView() const { return m_pRelateQuoteView; }
     TRVNewsStory* GetStoryDlg() const { return m_pNewsStory.get(); }
     CQuoteDlgTipMsg* GetTipMsg() const { return m_pTipMsg.get(); }
     SearchEdit2& GetSearchEdit2() { return m_searchEdit2; }
@@ -318,10 +321,8 @@ private:
     std::unique_ptr<host::ui::PopupMenu> m_pServiceMenu;
     news::LateOwned<TRVNewsStory> m_pNewsStory;
     news::LateOwned<CQuoteDlgTipMsg> m_pTipMsg;
-    // The related-symbol quote view (a CNewsRelateSymbolQuoteView) as the window tree holds it;
-    // quote data reaches it through the receiver operations of its base. Owned by the window tree.
-    TRVQuoteBaseView* m_pRelateQuoteView = nullptr;
-    NewsStoryView* m_pStoryView = nullptr; // owned by the window tree
+    CNewsRelateSymbolQuoteView* m_pRelateQuoteView = nullptr; // owned by the window tree
+    NewsStoryView* m_pStoryView = nullptr;                    // owned by the window tree
     news::LateOwned<TRVNewsPrint> m_pNewsPrint;
     news::LateOwned<TRVSaveToFile> m_pSaveToFile;
     host::ui::DatePicker* m_pDateTime = nullptr;
@@ -356,6 +357,8 @@ private:
     bool bHasStoryDisplay() const;
     // Connects a freshly created story pane to this view.
     void vAttachStoryPane(TRVQuoteBaseView* pane);
+    // Moves and shows (or hides) the related-symbol quote list when it exists.
+    void vPlaceRelateQuoteView(const host::ui::Rect& rect, bool visible);
     // The client rectangle below the title band.
     host::ui::Rect GetViewArea() const;
     // Restarts the deferred refresh without going through the layout.

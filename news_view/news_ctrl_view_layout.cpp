@@ -147,6 +147,7 @@ void TRVNewsCtrlView::SwitchFunction(int mode) {
         if (m_pStoryView != nullptr) {
             m_pStoryView->OnClearStory();
         }
+        vClearRelateQuoteList();
         if (mode != news::kModeCategory) {
             OnShowStory();
         }
@@ -379,6 +380,8 @@ void TRVNewsCtrlView::vSetComponentPos() {
             Rect story{grid.right + 10, grid.top, area.right, area.bottom};
             if (m_pRelateQuoteView != nullptr) {
                 story.bottom = area.Height() / 3 < 121 ? area.top + area.Height() * 2 / 3 : area.bottom - 120;
+                // The quote list takes the space under the story.
+                vPlaceRelateQuoteView(Rect{story.left, story.bottom, story.right, area.bottom}, true);
             }
             pane->move(story);
             pane->show(true);
@@ -386,11 +389,14 @@ void TRVNewsCtrlView::vSetComponentPos() {
             Rect story{area.left, grid.bottom, area.right, area.bottom};
             if (m_pRelateQuoteView != nullptr) {
                 story.right = std::min(area.left + area.Width() / 2, area.right - 250);
+                // The quote list takes the space right of the story.
+                vPlaceRelateQuoteView(Rect{story.right, story.top, area.right, area.bottom}, true);
             }
             pane->move(story);
             pane->show(true);
         } else {
             pane->show(false);
+            vPlaceRelateQuoteView(Rect{}, false);
         }
         // Beside the grid the pane shows no headline line (the row beside it says it); below it does.
         if (m_pStoryView != nullptr && m_wStoryShowType != 0) {

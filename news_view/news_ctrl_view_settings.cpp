@@ -6,6 +6,7 @@
 #include "host/text/cp950.h"
 #include "host/text/format.h"
 #include "news_view/news_ctrl_view.h"
+#include "search/news_relate_symbol_quote_view.h"
 
 using host::ui::Rect;
 
@@ -158,4 +159,7 @@ void TRVNewsCtrlView::SaveViewInfo(TRVCfgIO2* cfg, const CString& section, int l
     cfg->SetViewInfo(section, layout1, layout2, viewKey, kKeyCategoryId,
                      categoryId.empty() ? m_strSavedCategoryId : categoryId);
     vSaveSearchSettings(cfg, section, layout1, layout2);
+    if (m_pRelateQuoteView != nullptr) {
+        m_pRelateQuoteView->SaveViewInfo(cfg, section, layout1, layout2);
+    }
 }

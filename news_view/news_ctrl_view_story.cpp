@@ -72,6 +72,7 @@ void TRVNewsCtrlView::OnShowStory() {
         if (m_pStoryView != nullptr) {
             m_pStoryView->OnClearStory();
         }
+        vClearRelateQuoteList();
         return;
     }
     grid->vAutoVerScrolling(row);

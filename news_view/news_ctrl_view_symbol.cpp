@@ -8,6 +8,8 @@
 #include "host/framework/sync_info.h"
 #include "host/text/format.h"
 #include "news_view/news_ctrl_view.h"
+#include "search/news_relate_symbol_quote_view.h"
+#include "story/news_story_view.h"
 
 using host::ui::CSuperSheetWnd;
 
@@ -193,7 +195,7 @@ void TRVNewsCtrlView::vOnChangeSymbolCombobox() {
 // ---- Symbol changes ----
 
 void TRVNewsCtrlView::ChangeSymbol(const TRVQuoteBaseView* sender, unsigned char group, unsigned char service,
-                                   const CString& code, const CString& /*name*/) {
+                                   const CString& code, const CString& name) {
     // Another view's symbol is only followed inside the same, real link group.
     if (sender != this && (GetLinkGroup() == 0 || group != GetLinkGroup())) {
         return;
@@ -235,7 +237,9 @@ void TRVNewsCtrlView::ChangeSymbol(const TRVQuoteBaseView* sender, unsigned char
             Invalidate();
         }
     }
-    // The related-symbol quote view follows the symbol once it exists.
+    if (m_pRelateQuoteView != nullptr) {
+        m_pRelateQuoteView->ChangeSymbol(sender, group, service, code, name);
+    }
 }
 
 void TRVNewsCtrlView::vDoNormalChangeSymbol(unsigned char service, const CString& code) {
@@ -283,7 +287,10 @@ void TRVNewsCtrlView::reloadSymbolTable() {
 }
 
 void TRVNewsCtrlView::GetSymbolNews(const CString& /*code*/) {
-    // The story pane and the related-symbol quotes start empty for a new symbol once they exist.
+    if (m_pStoryView != nullptr) {
+        m_pStoryView->OnClearStory();
+    }
+    vClearRelateQuoteList();
     reloadSymbolTable();
 }
 
@@ -293,14 +300,11 @@ void TRVNewsCtrlView::OnSelSymbol(const CString& code) {
     }
 }
 
-void TRVNewsCtrlView::ChangeNewsSymbolList() {
-    // The related symbols of the shown headline go to the related-symbol quote view; without
-    // that view and the story pane there is nothing to show them in.
-}
-
 void TRVNewsCtrlView::vDoSymbolUpdate(const std::vector<CSymbolUpdateInfo>& updates) {
-    // The related-symbol quote view takes the update first once it exists. Here the first
-    // supported symbol in the update is enough to rebuild the symbol list.
+    if (m_pRelateQuoteView != nullptr) {
+        m_pRelateQuoteView->vDoSymbolUpdate(updates);
+    }
+    // The first supported symbol in the update is enough to rebuild the symbol list.
     for (const CSymbolUpdateInfo& update : updates) {
         if (IsSupportNews(update.m_byService, update.m_strCode) == 0) {
             continue;
@@ -322,19 +326,19 @@ bool TRVNewsCtrlView::bUpdateSymbolVec() {
     return true;
 }
 
-void TRVNewsCtrlView::GetCurrSymbolInfo(unsigned char& service, CString& code) {
+int TRVNewsCtrlView::GetCurrSymbolInfo(unsigned char& service, CString& code) {
     if (m_iCurrFunction != news::kModeSymbol) {
-        TRVQuoteBaseView::GetCurrSymbolInfo(service, code);
-        return;
+        return TRVQuoteBaseView::GetCurrSymbolInfo(service, code);
     }
     const int sel = m_pSymbolCombo != nullptr ? m_pSymbolCombo->curSel() : -1;
     if (sel < 0 || static_cast<std::size_t>(sel) >= m_vSymbol.size()) {
         service = news::kServiceStock;
         code = kNoSelectionSymbol;
-        return;
+        return 1;
     }
     service = m_vSymbol[static_cast<std::size_t>(sel)].m_byService;
     code = m_vSymbol[static_cast<std::size_t>(sel)].m_strCode;
+    return 1;
 }
 
 bool TRVNewsCtrlView::bInitialSymbolInfo(TRVCfgIO2* cfg, const CString& section, int layout1, int layout2) {

@@ -135,7 +135,7 @@ public:
 
     // --- Requests waiting for an answer ---
     struct Request {
-        enum class Kind { kStory, kTable, kSymbolTable, kRecover, kSearch };
+        enum class Kind { kStory, kTable, kSymbolTable, kRecover, kSearch, kMemory };
         Kind kind = Kind::kStory;
         unsigned char service = 0;
         int tableKind = 0;
@@ -171,6 +171,22 @@ public:
     // Starts a new news day for a service: sets its current date and calls vRecvNewMarketStatus.
     int marketStatus(unsigned char service, std::int32_t date);
 
+    // --- Quote memory ---
+    // Sets the record BKQbGetSymbolMemory answers for its symbol (no call made on any view).
+    void setMemory(const CMemoryInfo& memory);
+    // Removes a symbol's record: look-ups then fail and re-requests wait.
+    void removeMemory(unsigned char service, const CString& code);
+    const CMemoryInfo* memory(unsigned char service, const CString& code) const;
+    // Stores the record and calls vRecvNewMemory on the receivers registered for its symbol;
+    // -1 (nothing stored or delivered) while disconnected.
+    int pushMemory(const CMemoryInfo& memory);
+    // vRecvMemoryRecovery with the stored record to the receivers registered for the symbol;
+    // settles a waiting re-request. -1 when no record is stored.
+    int recoverMemory(unsigned char service, const CString& code);
+    // vRecvMultiSymbolMemoryRecovery to every receiver with the stored records of all the
+    // symbols it registered (as after a reconnection).
+    int recoverAllMemory();
+
     // --- BKQuoteInterface ---
     int BKQNEWS_iGetHeadlineTable(std::vector<CHeadlineTable>& table, unsigned char service,
                                   const CSymbolInfo& symbol) override;
@@ -186,6 +202,8 @@ public:
                                   const std::vector<CHeadlineTable>& entries) override;
     bool BKQNEWS_bSearchNews(unsigned char service, int kind, const CSearch& condition) override;
     bool BKNEWS_GetSymbolListBySeqNo(CNewsSymLst& symbols, const CHeadlineTable& entry) override;
+    bool BKQbGetSymbolMemory(CMemoryInfo& memory, unsigned char service, const CString& code) override;
+    bool BKQbReRequestSymbolMemory(unsigned char service, const CString& code) override;
     bool BKQNEWS_bGetAllNewsService(std::vector<unsigned char>& services) override;
     bool BKQNEWS_bGetFullNameByService(CString& name, unsigned char service) override;
     bool BKQNEWS_bGetShortNameByService(CString& name, unsigned char service) override;
@@ -258,6 +276,7 @@ private:
     std::vector<std::pair<unsigned char, unsigned char>> m_sameAuth;
     std::map<unsigned char, std::vector<std::pair<CString, CString>>> m_categories;
     std::map<unsigned char, std::vector<Symbol>> m_symbols;
+    std::map<std::pair<unsigned char, CString>, CMemoryInfo> m_memory;
     std::vector<unsigned char> m_symbolServiceOrder;
     bool m_showRealMonth = false;
     std::map<Key, CHeadline> m_headlines;

@@ -40,6 +40,8 @@ void ScriptedBackend::settle(Request::Kind kind, unsigned char service, int tabl
             return std::to_string(r.entry.m_tTime) + "/" + std::to_string(r.entry.m_iSeqNo) == key;
         case Request::Kind::kRecover:
             return true;
+        case Request::Kind::kMemory:
+            return r.key == key;
         }
         return false;
     });

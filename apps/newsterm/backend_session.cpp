@@ -18,6 +18,8 @@ namespace {
 
 // Generated news arrives at about two headlines a second at speed 1.
 constexpr double kGeneratedEventsPerSecond = 2.0;
+// Trades of the simulated exchange, across all its symbols.
+constexpr double kSimulatedTradesPerSecond = 60.0;
 // The generated link loses one headline in two hundred, which the back end then finds by the
 // gap in the service's numbers: recovery shows in ordinary use.
 constexpr double kGeneratedLossShare = 0.005;
@@ -80,6 +82,11 @@ QStringList BackendSession::start() {
     if (m_termClock != nullptr) {
         m_termClock->followNewsDay(latestNewsDay());
     }
+    // The simulated exchange runs beside any news feed: the quotes beside a story are live.
+    embedded::QuoteFeedOptions quotes;
+    quotes.seed = static_cast<std::uint64_t>(QDateTime::currentSecsSinceEpoch());
+    quotes.ticksPerSecond = kSimulatedTradesPerSecond;
+    m_backend->startQuoteFeed(quotes);
     if (!m_options.feedFile.isEmpty()) {
         embedded::ReplayOptions replay;
         replay.path = localPath(m_options.feedFile);

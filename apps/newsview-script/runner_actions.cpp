@@ -167,6 +167,17 @@ void ScenarioRunner::doRecover(const Statement& s) {
         m_backend.recoverRelatedSymbols(entry, symbols);
         return;
     }
+    if (what == "memory") {
+        const CSymbolInfo symbol = symbolRef(s, word(s, 2));
+        if (m_backend.recoverMemory(symbol.m_byMarket, symbol.m_strCode) < 0) {
+            scriptError(s, "no quote of " + word(s, 2) + " is declared");
+        }
+        return;
+    }
+    if (what == "memories") {
+        m_backend.recoverAllMemory();
+        return;
+    }
     const unsigned char service = serviceId(s, 2);
     std::size_t first = 4;
     signed char status = 0;
@@ -182,7 +193,7 @@ void ScenarioRunner::doRecover(const Statement& s) {
     } else if (what == "symbol") {
         m_backend.recoverSymbolTable(service, in(word(s, 3)), entries, status);
     } else {
-        scriptError(s, "recoveries are date, category, symbol and related");
+        scriptError(s, "recoveries are date, category, symbol, related, memory and memories");
     }
 }
 

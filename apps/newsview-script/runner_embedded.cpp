@@ -27,9 +27,10 @@ constexpr int kMaxDrainRounds = 1000;
 
 // Statements that declare content of the scripted back end or answer requests in its place.
 const std::set<std::string> kScriptedStatements = {
-    "service", "quote-service", "date-range", "connected", "auth",         "delayed",       "category", "categories",
-    "symbol",  "symbol-item",   "headline",   "story",     "related",      "table",         "lang",     "simplified",
-    "convert", "product-id",    "push",       "recover",   "story-update", "market-status", "mark"};
+    "service",       "quote-service", "date-range",  "connected",  "auth",  "delayed", "category",
+    "categories",    "symbol",        "symbol-item", "headline",   "story", "related", "table",
+    "lang",          "simplified",    "convert",     "product-id", "push",  "recover", "story-update",
+    "market-status", "mark",          "quote",       "quote-push"};
 const std::set<std::string> kScriptedAnswers = {"story", "headlines", "search"};
 const std::set<std::string> kScriptedObservations = {"calls", "call-count", "pending"};
 const std::set<std::string> kEmbeddedStatements = {"feed", "feed-wait", "new-day"};

@@ -118,6 +118,9 @@ std::vector<std::string> ScenarioRunner::observe(const Statement& s, const std::
     if (what == "grid") {
         return observeGrid(s, words);
     }
+    if (what == "quote-list") {
+        return observeQuoteList(s, words);
+    }
     if (what == "control") {
         return observeControl(s, words);
     }

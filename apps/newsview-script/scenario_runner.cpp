@@ -140,6 +140,8 @@ const std::map<std::string, ScenarioRunner::Handler>& ScenarioRunner::handlers()
         {"recover", &ScenarioRunner::doRecover},
         {"story-update", &ScenarioRunner::doStoryUpdate},
         {"market-status", &ScenarioRunner::doMarketStatus},
+        {"quote", &ScenarioRunner::doQuote},
+        {"quote-push", &ScenarioRunner::doQuote},
         {"link-group", &ScenarioRunner::doLinkGroup},
         {"symbol-change", &ScenarioRunner::doSymbolChange},
         {"connect", &ScenarioRunner::doConnect},

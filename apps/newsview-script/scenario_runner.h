@@ -211,6 +211,10 @@ private:
     std::vector<std::string> observePrinted(const Statement& s, const std::vector<Word>& words) const;
     std::vector<std::string> observeWaiting(const Statement& s, const std::vector<Word>& words) const;
 
+    // --- Quotes (runner_quotes.cpp) ---
+    void doQuote(const Statement& s);
+    std::vector<std::string> observeQuoteList(const Statement& s, const std::vector<Word>& words) const;
+
     RunnerOptions m_options;
     std::ostream& m_out;
     std::ostream& m_err;

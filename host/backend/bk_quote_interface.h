@@ -74,6 +74,16 @@ public:
     virtual bool bGetItemDataByItemNo(CString& value, unsigned char service, const CString& code, int item) = 0;
     virtual bool bSymbolNameIsShowRealMonth() = 0;
 
+    // --- Quote memory ---
+    // The back end's current quote record of a symbol (a synchronous cache look-up). False
+    // when it holds none; memory is then left as it was.
+    virtual bool BKQbGetSymbolMemory(CMemoryInfo& /*memory*/, unsigned char /*service*/, const CString& /*code*/) {
+        return false;
+    }
+    // Asks for a symbol's quote record again: the answer reaches every view registered for
+    // the symbol through vRecvMemoryRecovery. False when the request could not be sent.
+    virtual bool BKQbReRequestSymbolMemory(unsigned char /*service*/, const CString& /*code*/) { return false; }
+
     // --- Language and paths ---
     virtual CString LangGetLangString(const CString& key) = 0;
     virtual bool LangIsConvertToSimplified(const unsigned char& service) = 0;

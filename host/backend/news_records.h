@@ -54,9 +54,9 @@ struct CHeadlineTableInfo {
 
 // The story of one headline.
 struct CStory {
-    CHeadlineTable m_entry;  // the entry the story belongs to
+    CHeadlineTable m_entry;   // the entry the story belongs to
     std::int64_t m_tTime = 0; // story time, seconds since 1970
-    CString m_strText;       // body; "@@@@" marks paragraph breaks, CR/LF are transport wrapping
+    CString m_strText;        // body; "@@@@" marks paragraph breaks, CR/LF are transport wrapping
 
     bool operator==(const CStory&) const = default;
 };
@@ -104,9 +104,25 @@ struct CMarketStatus {
     bool operator==(const CMarketStatus&) const = default;
 };
 
-// Quote data for the related-symbol quote view; opaque to the news module.
+// The quote record ("memory") of one symbol as the back end keeps it. The news module only
+// passes it on to its quote list; the host's quote views read it. Prices are in hundredths
+// of the currency unit (58550 = 585.50), 0 where there is no price yet; volumes in lots.
 struct CMemoryInfo {
     unsigned char m_byService = 0;
     CString m_strCode;
-    std::vector<std::uint8_t> m_vData;
+    CString m_strName;
+    std::int64_t m_tTime = 0;      // time of the last trade, seconds since 1970 (0: none yet)
+    std::int32_t m_iRefPrice = 0;  // reference price (yesterday's close)
+    std::int32_t m_iLimitUp = 0;   // highest price allowed today
+    std::int32_t m_iLimitDown = 0; // lowest price allowed today
+    std::int32_t m_iOpen = 0;
+    std::int32_t m_iHigh = 0;
+    std::int32_t m_iLow = 0;
+    std::int32_t m_iLast = 0;       // last trade price (0: no trade yet)
+    std::int32_t m_iBid = 0;        // best bid (0: none)
+    std::int32_t m_iAsk = 0;        // best ask (0: none)
+    std::int32_t m_iTickVolume = 0; // lots of the last trade
+    std::int64_t m_llVolume = 0;    // lots traded today
+
+    bool operator==(const CMemoryInfo&) const = default;
 };

@@ -42,6 +42,35 @@ std::vector<NewsReceiver*> NewsSubscriptions::receiversFor(unsigned char service
     return result;
 }
 
+std::vector<NewsReceiver*> NewsSubscriptions::receiversFor(unsigned char service, const CString& code) const {
+    std::vector<NewsReceiver*> result;
+    if (code.empty()) {
+        return result;
+    }
+    for (const Entry& e : m_entries) {
+        if (e.symbols.count({service, code}) > 0) {
+            result.push_back(e.receiver);
+        }
+    }
+    return result;
+}
+
+std::vector<CSymbolInfo> NewsSubscriptions::symbolsOf(const NewsReceiver* receiver) const {
+    std::vector<CSymbolInfo> result;
+    for (const Entry& e : m_entries) {
+        if (e.receiver != receiver) {
+            continue;
+        }
+        for (const auto& [service, code] : e.symbols) {
+            if (!code.empty() &&
+                (result.empty() || result.back().m_byMarket != service || result.back().m_strCode != code)) {
+                result.push_back(CSymbolInfo{service, code, {}});
+            }
+        }
+    }
+    return result;
+}
+
 std::vector<NewsReceiver*> NewsSubscriptions::allReceivers() const {
     std::vector<NewsReceiver*> result;
     for (const Entry& e : m_entries) {
@@ -63,4 +92,6 @@ bool NewsSubscriptions::isRegistered(const NewsReceiver* receiver, unsigned char
     });
 }
 
-void NewsSubscriptions::clear() { m_entries.clear(); }
+void NewsSubscriptions::clear() {
+    m_entries.clear();
+}

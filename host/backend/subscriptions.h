@@ -17,12 +17,15 @@ class NewsSubscriptions {
 public:
     static NewsSubscriptions& instance();
 
-    void change(NewsReceiver* receiver, const std::vector<CSymbolInfo>& added,
-                const std::vector<CSymbolInfo>& removed);
+    void change(NewsReceiver* receiver, const std::vector<CSymbolInfo>& added, const std::vector<CSymbolInfo>& removed);
     void removeReceiver(NewsReceiver* receiver);
 
     // Receivers that registered the whole service, in registration order.
     std::vector<NewsReceiver*> receiversFor(unsigned char service) const;
+    // Receivers that registered one symbol (a non-empty code), in registration order.
+    std::vector<NewsReceiver*> receiversFor(unsigned char service, const CString& code) const;
+    // The symbols (non-empty codes) a receiver registered, each once, in (service, code) order.
+    std::vector<CSymbolInfo> symbolsOf(const NewsReceiver* receiver) const;
     // Every receiver that holds at least one registration, in registration order.
     std::vector<NewsReceiver*> allReceivers() const;
     bool isRegistered(const NewsReceiver* receiver) const;

@@ -35,7 +35,9 @@ bool TRVVirtualBaseView::Create(host::ui::Window* parent, const Rect& rect, int 
     return m_pWnd != nullptr;
 }
 
-Rect TRVVirtualBaseView::GetClientRect() const { return m_pWnd == nullptr ? Rect{} : m_pWnd->clientRect(); }
+Rect TRVVirtualBaseView::GetClientRect() const {
+    return m_pWnd == nullptr ? Rect{} : m_pWnd->clientRect();
+}
 
 void TRVVirtualBaseView::Invalidate(bool erase) {
     if (m_pWnd != nullptr) {
@@ -56,7 +58,9 @@ LRESULT TRVVirtualBaseView::handleMessage(const Message& message) {
     return 0;
 }
 
-void RVComVirtualBaseView::InitFont() { m_font = host::ui::Font{}; }
+void RVComVirtualBaseView::InitFont() {
+    m_font = host::ui::Font{};
+}
 
 int RVComVirtualBaseView::GetFontHeight() const {
     if (GetWnd() != nullptr) {
@@ -83,16 +87,19 @@ TRVQuoteBaseView::~TRVQuoteBaseView() {
     NewsSubscriptions::instance().removeReceiver(this);
 }
 
-const std::vector<TRVQuoteBaseView*>& TRVQuoteBaseView::AllViews() { return liveViews(); }
+const std::vector<TRVQuoteBaseView*>& TRVQuoteBaseView::AllViews() {
+    return liveViews();
+}
 
-void TRVQuoteBaseView::ChangeSymbol(const TRVQuoteBaseView* /*sender*/, unsigned char /*group*/,
-                                    unsigned char service, const CString& code, const CString& /*name*/) {
+void TRVQuoteBaseView::ChangeSymbol(const TRVQuoteBaseView* /*sender*/, unsigned char /*group*/, unsigned char service,
+                                    const CString& code, const CString& /*name*/) {
     SetSymbol(service, code);
 }
 
-void TRVQuoteBaseView::GetCurrSymbolInfo(unsigned char& service, CString& code) {
+int TRVQuoteBaseView::GetCurrSymbolInfo(unsigned char& service, CString& code) {
     service = m_bySymbolService;
     code = m_strSymbolCode;
+    return 1;
 }
 
 void TRVQuoteBaseView::SetSymbol(unsigned char service, const CString& code) {
@@ -151,11 +158,14 @@ void C_RegisterSymbol(TRVQuoteBaseView* view, const std::vector<CSymbolInfo>& ad
     NewsSubscriptions::instance().change(view, added, removed);
 }
 
-void C_UnRegisterSymbol(TRVQuoteBaseView* view) { NewsSubscriptions::instance().removeReceiver(view); }
+void C_UnRegisterSymbol(TRVQuoteBaseView* view) {
+    NewsSubscriptions::instance().removeReceiver(view);
+}
 
 bool bIsNormalTWSESymbolID(unsigned char service, const CString& code) {
     if (service != 16 || code.size() < 4 || code.size() > 6) {
         return false;
     }
-    return std::all_of(code.begin(), code.begin() + 4, [](char c) { return std::isdigit(static_cast<unsigned char>(c)); });
+    return std::all_of(code.begin(), code.begin() + 4,
+                       [](char c) { return std::isdigit(static_cast<unsigned char>(c)); });
 }

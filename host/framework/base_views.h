@@ -82,7 +82,9 @@ public:
     // Symbol binding (overridden by views that follow a symbol).
     virtual void ChangeSymbol(const TRVQuoteBaseView* sender, unsigned char group, unsigned char service,
                               const CString& code, const CString& name);
-    virtual void GetCurrSymbolInfo(unsigned char& service, CString& code);
+    // Gives the view's current symbol; the result is the number of symbols the view holds
+    // there (1 for a view that follows one symbol).
+    virtual int GetCurrSymbolInfo(unsigned char& service, CString& code);
     virtual void vDoSymbolUpdate(const std::vector<CSymbolUpdateInfo>& /*updates*/) {}
     virtual void vReRegisterSymbols() {}
     virtual void vUnregisterViewSymbol() {}

@@ -63,6 +63,9 @@ const std::map<CString, COLORREF>& CSyncInfo::DefaultColors() {
         {"COLOR_LISTCTL_HDBkCOLOR1", RGB(40, 40, 56)},
         {"COLOR_LISTCTL_HDTEXTCOLOR1", RGB(255, 255, 160)},
         {"COLOR_OTHERLINES", RGB(96, 96, 96)},
+        {"COLOR_QUOTE_UP", RGB(255, 72, 72)},
+        {"COLOR_QUOTE_DOWN", RGB(40, 208, 40)},
+        {"COLOR_QUOTE_EVEN", RGB(240, 240, 240)},
         {"COLOR_TIP_TEXT", RGB(0, 0, 0)},
         {"COLOR_TIP_BACKGROUND", RGB(255, 255, 225)},
     };

@@ -26,10 +26,12 @@
 #include "apps/newsterm/flash_line.h"
 #include "apps/newsterm/main_window.h"
 #include "headline_list/headline_columns.h"
+#include "host/framework/sync_info.h"
 #include "host/ui/controls.h"
 #include "host/ui/sheet.h"
 #include "news_view/news_ctrl_view.h"
 #include "news_view/news_ids.h"
+#include "search/news_relate_symbol_quote_view.h"
 #include "story/news_story_dlg.h"
 #include "story/news_story_view.h"
 #include "story/quote_dlg_tip_msg.h"
@@ -769,6 +771,41 @@ TEST_F(NewstermReadingTest, TheFlashLineOpensTheNewestStoryInTheBareViewer) {
     EXPECT_TRUE(story.contains(storyStart(newest->title))) << qPrintable(story);
     EXPECT_FALSE(qthost::QtUiHost::widgetOf(flash.viewer()->GetWnd()->child(8068))->isVisible())
         << "the bare viewer has no buttons";
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(NewstermReadingTest, TheStorysSymbolShowsItsLiveQuoteAndADoubleClickLinksIt) {
+    const int rows = countFeed(today);
+    ASSERT_TRUE(showsList(news::kModeAllNews, rows, newestTitle(today)));
+    ASSERT_TRUE(paneShowsRow(0));
+    // The newest headlines are emerging-board and Hong Kong news; the next one is the newest
+    // of the exchange, about a listed symbol.
+    const int row = countFeed([](const FeedHeadline& h) { return h.day == 1 && h.service != 16; });
+    ASSERT_TRUE(waitUntil([&] { return title(news::kModeAllNews, row).startsWith(QStringLiteral("T16")); }));
+    const QString code = title(news::kModeAllNews, row).section(QLatin1Char('('), 1).chopped(1);
+    QTableView* table = grid(news::kModeAllNews);
+    click(table->viewport(), table->visualRect(table->model()->index(row, news::kColTitleThree)).center());
+    ASSERT_TRUE(paneShowsRow(row));
+
+    CNewsRelateSymbolQuoteView* list = view().GetRelateQuoteView();
+    ASSERT_NE(list, nullptr);
+    auto* quotes = qobject_cast<QTableView*>(qthost::QtUiHost::widgetOf(list->GetGrid()));
+    ASSERT_NE(quotes, nullptr);
+    EXPECT_TRUE(quotes->isVisible());
+    const auto cell = [&](int column) { return quotes->model()->index(0, column).data().toString(); };
+    ASSERT_TRUE(waitUntil([&] { return quotes->model()->rowCount() == 1 && cell(0) == code; }));
+    // The simulated exchange trades every listed symbol a few times a minute: wait for one.
+    EXPECT_TRUE(waitUntil([&] { return !cell(QuoteListBaseView::kColLast).isEmpty(); }, 20000))
+        << "no trade of " << qPrintable(code);
+
+    // A double-click on the quote makes it the link group's symbol; the news view follows it.
+    QTest::mouseDClick(quotes->viewport(), Qt::LeftButton, Qt::NoModifier,
+                       quotes->visualRect(quotes->model()->index(0, QuoteListBaseView::kColName)).center());
+    EXPECT_TRUE(waitUntil([&] { return qthost::toQString(view().GetSymbolCode()) == code; }));
+    EXPECT_EQ(qthost::toQString(CSyncInfo::Get().SYS_cszGetCurrentSymbol(view().GetLinkGroup())), code);
 }
 
 } // namespace

@@ -1,0 +1,279 @@
+// Live quotes beside the story while the news streams, on the Qt host: the news view with its
+// story pane and related-symbol quote list of 50 symbols, 5,000 quote updates a second into
+// that list and 1,000 pushed headlines a second into the all-news grid, for NEWS_BENCH_SECONDS
+// (default 10) seconds. Reports the busy time of each turn of the event loop (every event
+// delivered between two waits: timers, posted calls, paints); every turn should stay within
+// one frame (16 ms).
+#include <QAbstractEventDispatcher>
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QWidget>
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <time.h>
+
+#include "adapters/headless/scripted_backend.h"
+#include "adapters/qt/qt_ui_host.h"
+#include "adapters/qt/services.h"
+#include "host/backend/quote_price.h"
+#include "host/backend/subscriptions.h"
+#include "host/framework/host_context.h"
+#include "host/framework/sync_info.h"
+#include "news_view/news_ctrl_view.h"
+#include "news_view/news_module.h"
+#include "search/news_relate_symbol_quote_view.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::int64_t kDayStart = 1704124800; // 2024-01-02 00:00:00 in Asia/Taipei
+constexpr const char* kDay = "20240102";
+constexpr int kSymbols = 50;
+constexpr int kQuotesPerSecond = 5000;
+constexpr int kHeadlinesPerSecond = 1000;
+
+class MorningClock final : public host::Clock {
+public:
+    std::int64_t nowMs() const override { return (kDayStart + 10 * 3600) * 1000; }
+};
+
+// CPU time of the calling thread: what a turn costs without the time other processes of a
+// busy machine took from it.
+Clock::duration threadCpuTime() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+}
+
+// Adds up the time spent delivering events, outermost deliveries only, as wall-clock time and
+// as CPU time.
+class TimedApplication final : public QApplication {
+public:
+    using QApplication::QApplication;
+    bool notify(QObject* receiver, QEvent* event) override {
+        if (m_depth++ > 0) {
+            const bool handled = QApplication::notify(receiver, event);
+            --m_depth;
+            return handled;
+        }
+        const Clock::time_point start = Clock::now();
+        const Clock::duration cpuStart = threadCpuTime();
+        const bool handled = QApplication::notify(receiver, event);
+        --m_depth;
+        m_busy += Clock::now() - start;
+        m_cpu += threadCpuTime() - cpuStart;
+        return handled;
+    }
+    // Busy time since the last call (wall clock, CPU).
+    std::pair<double, double> takeBusyMs() {
+        const std::pair<double, double> ms{std::chrono::duration<double, std::milli>(m_busy).count(),
+                                           std::chrono::duration<double, std::milli>(m_cpu).count()};
+        m_busy = Clock::duration::zero();
+        m_cpu = Clock::duration::zero();
+        return ms;
+    }
+
+private:
+    int m_depth = 0;
+    Clock::duration m_busy = Clock::duration::zero();
+    Clock::duration m_cpu = Clock::duration::zero();
+};
+
+double percentile(std::vector<double> values, double p) {
+    if (values.empty()) {
+        return 0;
+    }
+    std::sort(values.begin(), values.end());
+    return values[static_cast<std::size_t>(p * static_cast<double>(values.size() - 1))];
+}
+
+int streamSeconds() {
+    const char* text = std::getenv("NEWS_BENCH_SECONDS");
+    return std::max(1, text == nullptr ? 10 : std::atoi(text));
+}
+
+class Terminal {
+public:
+    Terminal() {
+        RegisterNewsModule();
+        CSyncInfo::Get().reset();
+        NewsSubscriptions::instance().clear();
+        host::HostContext::current() = host::HostContext{&m_ui, &m_clock, &m_dispatcher};
+        m_backend.install();
+        m_backend.setCallLogging(false);
+        m_backend.addService(16, "TWSE News", "TWSE", kDay);
+        m_sysDir = std::filesystem::temp_directory_path() / ("quote-bench-" + std::to_string(std::random_device{}()));
+        std::filesystem::create_directories(m_sysDir);
+        m_backend.setSysPath(m_sysDir.string());
+
+        CHeadline h;
+        h.m_byService = 16;
+        h.m_iSeqNo = 1;
+        h.m_tTime = kDayStart + 9 * 3600;
+        h.m_strTitle = "market wrap";
+        const CHeadlineTable entry = m_backend.addHeadline(h);
+        std::vector<CSymbolInfo> related;
+        for (int i = 0; i < kSymbols; ++i) {
+            CMemoryInfo m;
+            m.m_byService = 16;
+            m.m_strCode = std::to_string(1101 + i * 37);
+            m.m_strName = "S" + m.m_strCode;
+            m.m_iRefPrice = 5000 + i * 1000;
+            m.m_iLimitUp = quote_price::limitUp(m.m_iRefPrice);
+            m.m_iLimitDown = quote_price::limitDown(m.m_iRefPrice);
+            m.m_iLast = m.m_iRefPrice;
+            m_memory.push_back(m);
+            m_backend.setMemory(m);
+            related.push_back(CSymbolInfo{16, m.m_strCode, {}});
+        }
+        m_backend.setRelatedSymbols(entry, related);
+
+        m_view = std::make_unique<TRVNewsCtrlView>();
+        m_view->Create(nullptr, host::ui::Rect{0, 0, 1200, 800}, 0);
+        m_view->SetFunctionMask(news::kMaskAllNews);
+        m_view->OnInitialUpdate();
+        m_view->InitialViewInfo(nullptr, "Layout", 0, 0, "TRVNewsCtrlView");
+        m_view->SetStoryShowType(1);
+        qthost::QtUiHost::widgetOf(m_view->GetWnd())->show();
+        m_view->GetSheet(news::kModeAllNews)->vSetActiveSelection(0, 0);
+        m_view->OnShowStory();
+        QCoreApplication::processEvents();
+    }
+    ~Terminal() {
+        m_view.reset();
+        m_backend.uninstall();
+        host::HostContext::current() = host::HostContext{};
+        std::error_code ignored;
+        std::filesystem::remove_all(m_sysDir, ignored);
+    }
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    int quoteRows() const { return m_view->GetRelateQuoteView()->GetRowCount(); }
+    std::size_t headlineRows() const { return m_view->GetSheet(news::kModeAllNews)->iGetRowCount(); }
+
+    void pushQuote(std::uint64_t n) {
+        CMemoryInfo& m = m_memory[n % m_memory.size()];
+        const std::int32_t step = (n / m_memory.size()) % 3 == 0 ? 1 : -1;
+        const std::int32_t next = step > 0 ? quote_price::tickUp(m.m_iLast) : quote_price::tickDown(m.m_iLast);
+        m.m_iLast = std::clamp(next, m.m_iLimitDown, m.m_iLimitUp);
+        m.m_iBid = m.m_iLast;
+        m.m_iAsk = quote_price::tickUp(m.m_iLast);
+        m.m_iTickVolume = 1 + static_cast<std::int32_t>(n % 7);
+        m.m_llVolume += m.m_iTickVolume;
+        m_backend.pushMemory(m);
+    }
+    void pushHeadline(std::uint64_t n) {
+        CHeadline h;
+        h.m_byService = 16;
+        h.m_iSeqNo = static_cast<std::int32_t>(n + 2);
+        h.m_tTime = kDayStart + 9 * 3600 + 1 + static_cast<std::int64_t>(n / 100);
+        h.m_iCategory = 1;
+        h.m_strTitle = "headline " + std::to_string(n);
+        m_backend.pushHeadline(h, "1", "2330");
+    }
+
+private:
+    qthost::QtUiDispatcher m_dispatcher;
+    MorningClock m_clock;
+    qthost::QtUiHost m_ui;
+    headless::ScriptedBackend m_backend;
+    std::filesystem::path m_sysDir;
+    std::unique_ptr<TRVNewsCtrlView> m_view;
+    std::vector<CMemoryInfo> m_memory;
+};
+
+void BM_QuotesBesideStreamingNews(benchmark::State& state) {
+    for (auto _ : state) {
+        Terminal terminal;
+        auto* app = static_cast<TimedApplication*>(QCoreApplication::instance());
+        std::vector<double> turnsMs;
+        std::vector<double> turnsCpuMs;
+        const QMetaObject::Connection onBlock =
+            QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, [&] {
+                const auto [busy, cpu] = app->takeBusyMs();
+                if (busy > 0) {
+                    turnsMs.push_back(busy);
+                    turnsCpuMs.push_back(cpu);
+                }
+            });
+
+        const std::uint64_t seconds = static_cast<std::uint64_t>(streamSeconds());
+        const std::uint64_t totalQuotes = seconds * kQuotesPerSecond;
+        const std::uint64_t totalHeadlines = seconds * kHeadlinesPerSecond;
+        std::uint64_t quotes = 0;
+        std::uint64_t headlines = 0;
+        QElapsedTimer elapsed;
+        elapsed.start();
+        QEventLoop loop;
+        QTimer ticker;
+        ticker.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&ticker, &QTimer::timeout, [&] {
+            const auto ms = static_cast<std::uint64_t>(elapsed.elapsed());
+            const std::uint64_t dueQuotes = std::min(totalQuotes, ms * kQuotesPerSecond / 1000);
+            const std::uint64_t dueHeadlines = std::min(totalHeadlines, ms * kHeadlinesPerSecond / 1000);
+            for (; quotes < dueQuotes; ++quotes) {
+                terminal.pushQuote(quotes);
+            }
+            for (; headlines < dueHeadlines; ++headlines) {
+                terminal.pushHeadline(headlines);
+            }
+            if (quotes >= totalQuotes && headlines >= totalHeadlines) {
+                loop.quit();
+            }
+        });
+        ticker.start(1);
+        app->takeBusyMs();
+        loop.exec();
+        QObject::disconnect(onBlock);
+
+        state.counters["quotes"] = static_cast<double>(quotes);
+        state.counters["headlines"] = static_cast<double>(headlines);
+        state.counters["quote_rows"] = terminal.quoteRows();
+        state.counters["grid_rows"] = static_cast<double>(terminal.headlineRows());
+        state.counters["turns"] = static_cast<double>(turnsMs.size());
+        state.counters["median_ms"] = percentile(turnsMs, 0.5);
+        state.counters["p99_ms"] = percentile(turnsMs, 0.99);
+        state.counters["worst_ms"] = percentile(turnsMs, 1.0);
+        state.counters["over_16ms"] =
+            static_cast<double>(std::count_if(turnsMs.begin(), turnsMs.end(), [](double ms) { return ms > 16.0; }));
+        state.counters["cpu_median_ms"] = percentile(turnsCpuMs, 0.5);
+        state.counters["cpu_worst_ms"] = percentile(turnsCpuMs, 1.0);
+        state.counters["cpu_over_16ms"] = static_cast<double>(
+            std::count_if(turnsCpuMs.begin(), turnsCpuMs.end(), [](double ms) { return ms > 16.0; }));
+        state.SetIterationTime(static_cast<double>(elapsed.elapsed()) / 1000.0);
+    }
+}
+BENCHMARK(BM_QuotesBesideStreamingNews)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    QTemporaryDir runtimeDir(QDir::tempPath() + QStringLiteral("/qt-quote-bench-XXXXXX"));
+    if (runtimeDir.isValid()) {
+        QFile::setPermissions(runtimeDir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        qputenv("XDG_RUNTIME_DIR", runtimeDir.path().toLocal8Bit());
+    }
+    TimedApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
