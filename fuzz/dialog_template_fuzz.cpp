@@ -110,7 +110,12 @@ DialogTemplate sentinel() {
     return t;
 }
 
+// Lines as the reader numbers them: a byte order mark in front is not part of the first line,
+// and a text that is only the mark has no lines.
 std::size_t lineCount(std::string_view text) {
+    if (text.starts_with("\xEF\xBB\xBF")) {
+        text.remove_prefix(3);
+    }
     std::size_t lines = 0;
     for (std::size_t at = 0; at < text.size(); ++lines) {
         const std::size_t eol = text.find('\n', at);
