@@ -51,10 +51,9 @@ std::string writeControl(const ControlTemplate& c) {
         line += ' ' + quoted(c.text);
     }
     const std::pair<bool, const char*> flags[] = {
-        {c.hidden, "hidden"},       {c.disabled, "disabled"}, {c.isDefault, "default"},
-        {c.group, "group"},         {c.multiline, "multiline"}, {c.readOnly, "readonly"},
-        {c.password, "password"},   {c.vscroll, "vscroll"},   {c.multiSelect, "multi"},
-        {c.checkBoxes, "checks"},
+        {c.hidden, "hidden"},       {c.disabled, "disabled"}, {c.isDefault, "default"}, {c.group, "group"},
+        {c.multiline, "multiline"}, {c.readOnly, "readonly"}, {c.password, "password"}, {c.vscroll, "vscroll"},
+        {c.multiSelect, "multi"},   {c.checkBoxes, "checks"},
     };
     for (const auto& [set, word] : flags) {
         if (set) {
