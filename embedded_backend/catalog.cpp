@@ -1,7 +1,7 @@
 #include "embedded_backend/catalog.h"
 
 #include <algorithm>
-#include <map>
+#include <array>
 
 #include "embedded_backend/generator_data.h"
 #include "host/text/cp950.h"
@@ -46,7 +46,7 @@ void Catalog::loadBuiltIn() {
         }
         for (const BuiltinSymbol& sym : b.symbols) {
             if (s.symbolIndex.emplace(symbolKey(sym.code), s.symbols.size()).second) {
-                s.symbols.push_back(Symbol{sym.code, sym.name, sym.category});
+                s.symbols.push_back(Symbol{sym.code, sym.name, sym.category, cp950::toUpper(sym.code)});
             }
         }
     }
@@ -128,7 +128,7 @@ void Catalog::addSymbol(unsigned char service, const CString& code, const CStrin
     Service& s = ensure(service);
     const auto [it, added] = s.symbolIndex.emplace(symbolKey(code), s.symbols.size());
     if (added) {
-        s.symbols.push_back(Symbol{code, name, 0});
+        s.symbols.push_back(Symbol{code, name, 0, cp950::toUpper(code)});
     } else if (s.symbols[it->second].name.empty()) {
         s.symbols[it->second].name = name;
     }
@@ -150,35 +150,36 @@ const Catalog::Symbol* Catalog::symbol(unsigned char service, const CString& cod
 
 std::vector<CString> Catalog::findCandidates(const CString& text, std::size_t limit) const {
     const CString typed = cp950::trim(text);
-    if (typed.empty()) {
+    if (typed.empty() || limit == 0) {
         return {};
     }
     const CString upper = cp950::toUpper(typed);
-    // Rank 0: the code itself, 1: a code starting with the text, 2: a name containing it.
-    std::multimap<int, CString> ranked;
+    // Ranks: 0 the code itself, 1 a code starting with the text, 2 a name starting with it,
+    // 3 a name containing it. One pass; each rank keeps at most `limit`, so a short text
+    // matching thousands of names costs no more than the pass.
+    std::array<std::vector<const Symbol*>, 4> ranked;
+    std::array<std::vector<const Service*>, 4> owners;
     for (const unsigned char id : m_order) {
         const Service& s = m_services.at(id);
         for (const Symbol& sym : s.symbols) {
-            const CString code = cp950::toUpper(sym.code);
             int rank = -1;
-            if (code == upper) {
-                rank = 0;
-            } else if (code.compare(0, upper.size(), upper) == 0) {
-                rank = 1;
-            } else if (cp950::contains(sym.name, typed)) {
-                rank = 2;
+            if (sym.upperCode.size() >= upper.size() && sym.upperCode.compare(0, upper.size(), upper) == 0) {
+                rank = sym.upperCode.size() == upper.size() ? 0 : 1;
+            } else if (const std::size_t at = cp950::find(sym.name, typed); at != std::string::npos) {
+                rank = at == 0 ? 2 : 3;
             }
-            if (rank >= 0) {
-                ranked.emplace(rank, "[" + s.marketLabel + "] " + sym.code + " " + sym.name);
+            if (rank >= 0 && ranked[static_cast<std::size_t>(rank)].size() < limit) {
+                ranked[static_cast<std::size_t>(rank)].push_back(&sym);
+                owners[static_cast<std::size_t>(rank)].push_back(&s);
             }
         }
     }
     std::vector<CString> out;
-    for (const auto& [rank, candidate] : ranked) {
-        if (out.size() >= limit) {
-            break;
+    for (std::size_t rank = 0; rank < ranked.size() && out.size() < limit; ++rank) {
+        for (std::size_t i = 0; i < ranked[rank].size() && out.size() < limit; ++i) {
+            out.push_back("[" + owners[rank][i]->marketLabel + "] " + ranked[rank][i]->code + " " +
+                          ranked[rank][i]->name);
         }
-        out.push_back(candidate);
     }
     return out;
 }

@@ -21,6 +21,7 @@ public:
         CString code;
         CString name;
         std::int32_t category = 0;
+        CString upperCode; // the code upper-cased once, for the symbol search of every keystroke
     };
     struct Service {
         unsigned char id = 0;
@@ -49,8 +50,9 @@ public:
     const std::vector<unsigned char>& serviceIds() const { return m_order; }
     const Service* service(unsigned char id) const;
     const Symbol* symbol(unsigned char service, const CString& code) const;
-    // "[label] code name" candidates for typed text: exact code, code prefix, then name
-    // containing the text; at most `limit`.
+    // "[label] code name" candidates for typed text (Latin letters of codes in any case): the
+    // exact code, codes starting with the text, names starting with it, then names containing
+    // it; catalogue order within each; at most `limit`.
     std::vector<CString> findCandidates(const CString& text, std::size_t limit) const;
 
 private:

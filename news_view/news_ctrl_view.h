@@ -273,6 +273,16 @@ public:
     int GetShowedStoryRow() const { return m_iShowedStoryRow; }
     std::int64_t GetCreateTime() const { return m_tCreateTime; }
     std::vector<RelationCondition>& RelationConditions() { return m_vRelation; }
+    // The search state: the active and edited search conditions, the quick-search history.
+    const CSearch& GetSearchCondition() const { return m_searchCondition; }
+    // Makes a condition the active search of list 3 (a host restoring a search, a benchmark);
+    // OnDealsSearch sends it.
+    void SetSearchCondition(const CSearch& condition) { m_searchCondition = condition; }
+    const CSearch& GetEditedSearchCondition() const { return m_searchEdited; }
+    const CSearch& GetWarningCondition() const { return m_warningCondition; }
+    const std::vector<CString>& GetSearchHistory() const { return m_vSearchHistory; }
+    const std::vector<CString>& GetKeywordPool() const { return m_vKeywordPool; }
+    const std::vector<CSearch>& GetRecentSearches() const { return m_vRecentSearch; }
     // The search state the search dialogs edit and the settings keep.
     std::vector<CString>& KeywordPool() { return m_vKeywordPool; }
     std::vector<CSearch>& RecentSearches() { return m_vRecentSearch; }
@@ -456,6 +466,8 @@ private:
     void clearList(int list);
     // Passes a pushed headline on to the story display in use.
     void passHeadlineToStory(const CHeadline& headline);
+    // Shows a search tip (searching, not found) in the tip window over a grid.
+    void showSearchTip(host::ui::CSuperSheetWnd* grid, const CString& text, int durationMs);
 
     // ---- Recovery ----
     // The first service entry with this id; null when the view does not list the service.

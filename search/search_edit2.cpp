@@ -19,6 +19,12 @@ bool SearchEdit2::PreTranslateMessage(const host::ui::Message& message) {
             vShowTip("IDS_NEWSCTRLVIEW_STRING_INVALIDATE_PASTE");
             return true;
         }
+        // The edit's own handling of Enter, as every edit of the host's kind has it: the owning
+        // view hears it and runs its quick search.
+        if (message.wParam == win::VK_RETURN && m_pNewsView != nullptr) {
+            m_pNewsView->vOnEnterDown();
+            return true;
+        }
     }
     return false;
 }

@@ -6,6 +6,7 @@ class TRVNewsCtrlView;
 
 // The news view's one-line search edit (control 3008): it refuses a typed blank and the
 // Shift+Insert paste, each with a short tip. Other ways of pasting are let through on purpose.
+// Enter tells the owning view (vOnEnterDown), which runs its quick search.
 // The view creates the edit control and offers the edit's key and character messages here
 // before anyone else, as the control's own pre-translation.
 // Ownership: the view owns the object; the edit control belongs to the view's window.

@@ -243,6 +243,48 @@ private:
     ItemList<Item> m_items;
 };
 
+// A tree of items; the user's clicks select an item (TVN_SELCHANGED) and double-clicks
+// report it (NM_DBLCLK).
+class HeadlessTreeCtrl final : public WindowBase<host::ui::TreeCtrl> {
+public:
+    HeadlessTreeCtrl(HeadlessUiHost& host, int id, const host::ui::Rect& rect);
+
+    Item insertItem(Item parent, const CString& text, std::intptr_t data) override;
+    void deleteAllItems() override;
+    int itemCount() const override { return static_cast<int>(m_items.size()); }
+    CString itemText(Item item) const override;
+    std::intptr_t itemData(Item item) const override;
+    Item parentItem(Item item) const override;
+    std::vector<Item> children(Item parent) const override;
+    Item selectedItem() const override { return m_selected; }
+    void selectItem(Item item) override;
+    void expand(Item item, bool expanded) override;
+    bool isExpanded(Item item) const override;
+
+    // Every item depth first, as the tree lists them, with its depth (0 for the top level).
+    std::vector<std::pair<Item, int>> displayOrder() const;
+    // The item named by its texts from the top, joined with "/" ("market/symbol"); 0 when none.
+    Item findPath(const CString& path) const;
+
+    // User operations: a click selects the item (its parents open) and reports the change; a
+    // double click selects it and reports NM_DBLCLK.
+    bool clickItem(Item item);
+    bool doubleClickItem(Item item);
+
+private:
+    struct Node {
+        Item parent = 0;
+        CString text;
+        std::intptr_t data = 0;
+        bool expanded = false;
+    };
+    bool valid(Item item) const { return item >= 1 && item <= itemCount(); }
+    void notify(int code, Item item);
+
+    std::vector<Node> m_items; // item n at n - 1
+    Item m_selected = 0;
+};
+
 class HeadlessListCtrl final : public WindowBase<host::ui::ListCtrl> {
 public:
     HeadlessListCtrl(HeadlessUiHost& host, int id, const host::ui::Rect& rect, bool checkBoxes);

@@ -399,4 +399,133 @@ LRESULT HeadlessTipWindow::defaultProc(const Message& message) {
     return WindowCore::defaultProc(message);
 }
 
+// ---- Tree ----
+
+HeadlessTreeCtrl::HeadlessTreeCtrl(HeadlessUiHost& host, int id, const Rect& rect)
+    : WindowBase(host, WindowKind::kTree, id, rect) {}
+
+HeadlessTreeCtrl::Item HeadlessTreeCtrl::insertItem(Item parent, const CString& text, std::intptr_t data) {
+    if (parent != 0 && !valid(parent)) {
+        return 0;
+    }
+    m_items.push_back(Node{parent, text, data, false});
+    return itemCount();
+}
+
+void HeadlessTreeCtrl::deleteAllItems() {
+    m_items.clear();
+    m_selected = 0;
+}
+
+CString HeadlessTreeCtrl::itemText(Item item) const {
+    return valid(item) ? m_items[static_cast<std::size_t>(item - 1)].text : CString{};
+}
+
+std::intptr_t HeadlessTreeCtrl::itemData(Item item) const {
+    return valid(item) ? m_items[static_cast<std::size_t>(item - 1)].data : 0;
+}
+
+HeadlessTreeCtrl::Item HeadlessTreeCtrl::parentItem(Item item) const {
+    return valid(item) ? m_items[static_cast<std::size_t>(item - 1)].parent : 0;
+}
+
+std::vector<HeadlessTreeCtrl::Item> HeadlessTreeCtrl::children(Item parent) const {
+    std::vector<Item> out;
+    for (std::size_t i = 0; i < m_items.size(); ++i) {
+        if (m_items[i].parent == parent) {
+            out.push_back(static_cast<Item>(i + 1));
+        }
+    }
+    return out;
+}
+
+void HeadlessTreeCtrl::selectItem(Item item) {
+    m_selected = valid(item) ? item : 0;
+    for (Item up = parentItem(m_selected); up != 0; up = parentItem(up)) {
+        m_items[static_cast<std::size_t>(up - 1)].expanded = true;
+    }
+}
+
+void HeadlessTreeCtrl::expand(Item item, bool expanded) {
+    if (valid(item)) {
+        m_items[static_cast<std::size_t>(item - 1)].expanded = expanded;
+    }
+}
+
+bool HeadlessTreeCtrl::isExpanded(Item item) const {
+    return valid(item) && m_items[static_cast<std::size_t>(item - 1)].expanded;
+}
+
+std::vector<std::pair<HeadlessTreeCtrl::Item, int>> HeadlessTreeCtrl::displayOrder() const {
+    std::vector<std::pair<Item, int>> out;
+    std::vector<std::pair<Item, int>> stack;
+    const std::vector<Item> top = children(0);
+    for (auto it = top.rbegin(); it != top.rend(); ++it) {
+        stack.emplace_back(*it, 0);
+    }
+    while (!stack.empty()) {
+        const auto [item, depth] = stack.back();
+        stack.pop_back();
+        out.emplace_back(item, depth);
+        const std::vector<Item> below = children(item);
+        for (auto it = below.rbegin(); it != below.rend(); ++it) {
+            stack.emplace_back(*it, depth + 1);
+        }
+    }
+    return out;
+}
+
+HeadlessTreeCtrl::Item HeadlessTreeCtrl::findPath(const CString& path) const {
+    Item at = 0;
+    std::size_t start = 0;
+    while (start <= path.size()) {
+        const std::size_t slash = path.find('/', start);
+        const CString part = path.substr(start, slash == CString::npos ? CString::npos : slash - start);
+        Item found = 0;
+        for (const Item child : children(at)) {
+            if (itemText(child) == part) {
+                found = child;
+                break;
+            }
+        }
+        if (found == 0) {
+            return 0;
+        }
+        at = found;
+        if (slash == CString::npos) {
+            break;
+        }
+        start = slash + 1;
+    }
+    return at;
+}
+
+void HeadlessTreeCtrl::notify(int code, Item item) {
+    HeadlessUiHost::DispatchScope scope(uiHost(), true);
+    NotifyInfo info;
+    info.code = code;
+    info.item = item;
+    notifyParent(info);
+}
+
+bool HeadlessTreeCtrl::clickItem(Item item) {
+    if (!usable() || !valid(item)) {
+        return false;
+    }
+    const bool changed = item != m_selected;
+    selectItem(item);
+    if (changed) {
+        notify(win::TVN_SELCHANGED, item);
+    }
+    return true;
+}
+
+bool HeadlessTreeCtrl::doubleClickItem(Item item) {
+    if (!clickItem(item)) {
+        return false;
+    }
+    notify(win::NM_DBLCLK, item);
+    return true;
+}
+
 } // namespace headless

@@ -40,6 +40,8 @@ const char* kindName(WindowKind kind) {
         return "listbox";
     case WindowKind::kListCtrl:
         return "listctrl";
+    case WindowKind::kTree:
+        return "tree";
     case WindowKind::kSheet:
         return "grid";
     case WindowKind::kTip:
@@ -286,6 +288,10 @@ host::ui::ListBox* WindowCore::createListBox(int id, const Rect& rect, bool mult
 
 host::ui::ListCtrl* WindowCore::createListCtrl(int id, const Rect& rect, bool checkBoxes) {
     return makeChild<HeadlessListCtrl>(id, rect, checkBoxes);
+}
+
+host::ui::TreeCtrl* WindowCore::createTreeCtrl(int id, const Rect& rect) {
+    return makeChild<HeadlessTreeCtrl>(id, rect);
 }
 
 host::ui::CSuperSheetWnd* WindowCore::createSheet(int id, const Rect& rect) {

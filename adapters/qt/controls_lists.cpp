@@ -5,6 +5,7 @@
 #include <QListWidget>
 #include <QMouseEvent>
 #include <QTableWidget>
+#include <QTreeWidget>
 #include <algorithm>
 
 #include "adapters/qt/text_codec.h"
@@ -330,6 +331,108 @@ bool QtListCtrl::filterEvent(QObject* watched, QEvent* event) {
         notifyParent(host::ui::NotifyInfo{0, event->type() == QEvent::FocusIn ? win::NM_SETFOCUS : win::NM_KILLFOCUS});
     }
     return WindowCore::filterEvent(watched, event);
+}
+
+// ---- Tree ----
+
+QtTreeCtrl::QtTreeCtrl(QWidget* parent, int id) : WindowImpl(new QTreeWidget(parent), id, nullptr) {
+    QTreeWidget* t = tree();
+    t->setHeaderHidden(true);
+    t->setColumnCount(1);
+    t->setSelectionMode(QAbstractItemView::SingleSelection);
+    QObject::connect(t, &QTreeWidget::currentItemChanged, t, [this](QTreeWidgetItem* current, QTreeWidgetItem*) {
+        if (m_bSetting || current == nullptr) {
+            return;
+        }
+        host::ui::NotifyInfo info;
+        info.code = win::TVN_SELCHANGED;
+        info.item = numberOf(current);
+        notifyParent(info);
+    });
+    QObject::connect(t, &QTreeWidget::itemDoubleClicked, t, [this](QTreeWidgetItem* item, int) {
+        host::ui::NotifyInfo info;
+        info.code = win::NM_DBLCLK;
+        info.item = numberOf(item);
+        notifyParent(info);
+    });
+}
+
+QTreeWidget* QtTreeCtrl::tree() const {
+    return static_cast<QTreeWidget*>(widget());
+}
+
+QTreeWidgetItem* QtTreeCtrl::itemAt(Item item) const {
+    return item >= 1 && item <= itemCount() ? m_items[static_cast<std::size_t>(item - 1)].item : nullptr;
+}
+
+QtTreeCtrl::Item QtTreeCtrl::numberOf(const QTreeWidgetItem* item) const {
+    for (std::size_t i = 0; i < m_items.size(); ++i) {
+        if (m_items[i].item == item) {
+            return static_cast<Item>(i + 1);
+        }
+    }
+    return 0;
+}
+
+QtTreeCtrl::Item QtTreeCtrl::insertItem(Item parent, const CString& text, std::intptr_t data) {
+    QTreeWidgetItem* above = itemAt(parent);
+    if (parent != 0 && above == nullptr) {
+        return 0;
+    }
+    auto* item = above != nullptr ? new QTreeWidgetItem(above) : new QTreeWidgetItem(tree());
+    item->setText(0, toQString(text));
+    m_items.push_back(Entry{item, parent, text, data});
+    return itemCount();
+}
+
+void QtTreeCtrl::deleteAllItems() {
+    m_bSetting = true;
+    tree()->clear();
+    m_bSetting = false;
+    m_items.clear();
+}
+
+CString QtTreeCtrl::itemText(Item item) const {
+    return itemAt(item) != nullptr ? m_items[static_cast<std::size_t>(item - 1)].text : CString{};
+}
+
+std::intptr_t QtTreeCtrl::itemData(Item item) const {
+    return itemAt(item) != nullptr ? m_items[static_cast<std::size_t>(item - 1)].data : 0;
+}
+
+QtTreeCtrl::Item QtTreeCtrl::parentItem(Item item) const {
+    return itemAt(item) != nullptr ? m_items[static_cast<std::size_t>(item - 1)].parent : 0;
+}
+
+std::vector<QtTreeCtrl::Item> QtTreeCtrl::children(Item parent) const {
+    std::vector<Item> out;
+    for (std::size_t i = 0; i < m_items.size(); ++i) {
+        if (m_items[i].parent == parent) {
+            out.push_back(static_cast<Item>(i + 1));
+        }
+    }
+    return out;
+}
+
+QtTreeCtrl::Item QtTreeCtrl::selectedItem() const {
+    return numberOf(tree()->currentItem());
+}
+
+void QtTreeCtrl::selectItem(Item item) {
+    m_bSetting = true;
+    tree()->setCurrentItem(itemAt(item));
+    m_bSetting = false;
+}
+
+void QtTreeCtrl::expand(Item item, bool expanded) {
+    if (QTreeWidgetItem* node = itemAt(item)) {
+        node->setExpanded(expanded);
+    }
+}
+
+bool QtTreeCtrl::isExpanded(Item item) const {
+    const QTreeWidgetItem* node = itemAt(item);
+    return node != nullptr && node->isExpanded();
 }
 
 } // namespace qthost

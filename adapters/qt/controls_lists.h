@@ -6,6 +6,8 @@
 class QListWidget;
 class QPoint;
 class QTableWidget;
+class QTreeWidget;
+class QTreeWidgetItem;
 
 namespace qthost {
 
@@ -64,6 +66,39 @@ private:
     bool filterEvent(QObject* watched, QEvent* event) override;
 
     bool m_checkBoxes;
+};
+
+// QTreeWidget. Items are numbered from 1 in insertion order; TVN_SELCHANGED reports the
+// user's selection changes, NM_DBLCLK a double click.
+class QtTreeCtrl final : public WindowImpl<host::ui::TreeCtrl> {
+public:
+    QtTreeCtrl(QWidget* parent, int id);
+
+    Item insertItem(Item parent, const CString& text, std::intptr_t data) override;
+    void deleteAllItems() override;
+    int itemCount() const override { return static_cast<int>(m_items.size()); }
+    CString itemText(Item item) const override;
+    std::intptr_t itemData(Item item) const override;
+    Item parentItem(Item item) const override;
+    std::vector<Item> children(Item parent) const override;
+    Item selectedItem() const override;
+    void selectItem(Item item) override;
+    void expand(Item item, bool expanded) override;
+    bool isExpanded(Item item) const override;
+
+private:
+    QTreeWidget* tree() const;
+    QTreeWidgetItem* itemAt(Item item) const;
+    Item numberOf(const QTreeWidgetItem* item) const;
+
+    struct Entry {
+        QTreeWidgetItem* item = nullptr;
+        Item parent = 0;
+        CString text;
+        std::intptr_t data = 0;
+    };
+    std::vector<Entry> m_items; // item n at n - 1
+    bool m_bSetting = false;    // the module moves the selection: no notification
 };
 
 } // namespace qthost

@@ -434,6 +434,9 @@ host::ui::ListBox* WindowCore::createListBox(int id, const host::ui::Rect& rect,
 host::ui::ListCtrl* WindowCore::createListCtrl(int id, const host::ui::Rect& rect, bool checkBoxes) {
     return placed(create<QtListCtrl>(m_widget, id, checkBoxes), rect);
 }
+host::ui::TreeCtrl* WindowCore::createTreeCtrl(int id, const host::ui::Rect& rect) {
+    return placed(create<QtTreeCtrl>(m_widget, id), rect);
+}
 host::ui::CSuperSheetWnd* WindowCore::createSheet(int id, const host::ui::Rect& rect) {
     return placed(create<QtSheet>(m_widget, id), rect);
 }

@@ -104,6 +104,7 @@ public:
     host::ui::StaticText* createStatic(int id, const host::ui::Rect& rect, const CString& text);
     host::ui::ListBox* createListBox(int id, const host::ui::Rect& rect, bool multiSelect, bool checkBoxes);
     host::ui::ListCtrl* createListCtrl(int id, const host::ui::Rect& rect, bool checkBoxes);
+    host::ui::TreeCtrl* createTreeCtrl(int id, const host::ui::Rect& rect);
     host::ui::CSuperSheetWnd* createSheet(int id, const host::ui::Rect& rect);
     host::ui::TipWindow* createTipWindow();
     host::ui::Window* createChildWindow(int id, const host::ui::Rect& rect, host::ui::WindowHandler* handler);

@@ -286,6 +286,8 @@ void ScenarioRunner::doSelect(const Statement& s) {
             index = listCtrl->itemText(i, 0) == text ? i : -1;
         }
         done = listCtrl->clickRow(index);
+    } else if (auto* tree = dynamic_cast<headless::HeadlessTreeCtrl*>(control)) {
+        done = tree->clickItem(treeItem(*tree, item));
     } else {
         throw ActionFailure("control " + word(s, 1) + " is a " + headless::kindName(control->kind()) +
                             ": only combos, tabs and lists have items");
@@ -385,12 +387,26 @@ void ScenarioRunner::doCheck(const Statement& s) {
     }
 }
 
+int ScenarioRunner::treeItem(const headless::HeadlessTreeCtrl& tree, const Word& item) const {
+    // An index in the order the tree lists its items, or a path of texts ("market/symbol").
+    const bool byIndex = !item.quoted && item.text.find_first_not_of("0123456789") == std::string::npos;
+    if (!byIndex) {
+        return tree.findPath(in(item.text));
+    }
+    const auto order = tree.displayOrder();
+    const std::size_t index = std::stoul(item.text);
+    return index < order.size() ? order[index].first : 0;
+}
+
 void ScenarioRunner::doDoubleClick(const Statement& s) {
     WindowCore* control = requireControl(s, word(s, 1));
     requireUsable(*control);
-    const int index = static_cast<int>(number(s, 2));
+    const bool isTree = dynamic_cast<headless::HeadlessTreeCtrl*>(control) != nullptr;
+    const int index = isTree ? 0 : static_cast<int>(number(s, 2));
     bool done = false;
-    if (auto* list = dynamic_cast<headless::HeadlessListBox*>(control)) {
+    if (auto* tree = dynamic_cast<headless::HeadlessTreeCtrl*>(control)) {
+        done = tree->doubleClickItem(treeItem(*tree, wordAt(s, 2)));
+    } else if (auto* list = dynamic_cast<headless::HeadlessListBox*>(control)) {
         done = list->doubleClickItem(index);
     } else {
         done = as<headless::HeadlessListCtrl>(control, "list")->doubleClickRow(index);

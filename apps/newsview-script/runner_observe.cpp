@@ -169,6 +169,15 @@ std::vector<std::string> ScenarioRunner::observe(const Statement& s, const std::
                 lines.push_back((sel ? "* " : "  ") + std::string(listCtrl->isChecked(r) ? "[x] " : "") +
                                 joined(cells, " | "));
             }
+        } else if (auto* tree = dynamic_cast<headless::HeadlessTreeCtrl*>(control)) {
+            // Each item as its path from the top: "market/symbol".
+            for (const auto& [item, depth] : tree->displayOrder()) {
+                std::string path = out(tree->itemText(item));
+                for (int up = tree->parentItem(item); up != 0; up = tree->parentItem(up)) {
+                    path = out(tree->itemText(up)) + "/" + path;
+                }
+                lines.push_back((item == tree->selectedItem() ? "* " : "  ") + path);
+            }
         } else {
             return {"<control " + arg(1) + " has no items>"};
         }

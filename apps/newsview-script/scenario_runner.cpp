@@ -145,6 +145,7 @@ const std::map<std::string, ScenarioRunner::Handler>& ScenarioRunner::handlers()
         {"connect", &ScenarioRunner::doConnect},
         {"disconnect", &ScenarioRunner::doDisconnect},
         {"click", &ScenarioRunner::doClick},
+        {"modal", &ScenarioRunner::doModal},
         {"select", &ScenarioRunner::doSelect},
         {"tab", &ScenarioRunner::doSelect},
         {"choose", &ScenarioRunner::doChoose},
@@ -187,7 +188,7 @@ const std::map<std::string, ScenarioRunner::Handler>& ScenarioRunner::handlers()
 }
 
 void ScenarioRunner::execute(const Statement& statement) {
-    static const std::set<std::string> kTakesBlock = {"categories", "story", "ini", "expect"};
+    static const std::set<std::string> kTakesBlock = {"categories", "story", "ini", "expect", "modal"};
     const std::string& name = statement.words.front().text;
     const auto it = handlers().find(name);
     if (it == handlers().end()) {

@@ -23,6 +23,7 @@ class EmbeddedBackend;
 namespace headless {
 class WindowCore;
 class HeadlessSheet;
+class HeadlessTreeCtrl;
 } // namespace headless
 
 namespace scenario {
@@ -161,6 +162,10 @@ private:
     void doAdvance(const Statement& s);
     void doDrain(const Statement& s);
     void doMark(const Statement& s);
+    // A tree item named by its index in display order or by its path of texts; 0 when none.
+    int treeItem(const headless::HeadlessTreeCtrl& tree, const Word& item) const;
+    // `modal ACTION` + block (runner_modal.cpp).
+    void doModal(const Statement& s);
 
     // --- Story displays and dialogs (runner_story.cpp) ---
     void doTipMsg(const Statement& s);

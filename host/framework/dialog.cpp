@@ -336,6 +336,9 @@ int CDialog::enterCommandId(const Window* target) const {
             return focused->id;
         }
     }
+    if (m_iDefId != 0) {
+        return m_iDefId;
+    }
     if (m_bHaveTemplate) {
         for (const host::ui::ControlTemplate& c : m_template.controls) {
             if (c.isDefault) {

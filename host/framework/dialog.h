@@ -47,7 +47,8 @@ void DDX_CBIndex(CDataExchange* pDX, int id, int& index);
 // Language keys: a caption or control text of the template that is a language key ("IDS_...")
 // shows the back end's language text for it.
 // Keys: Escape presses Cancel (IDCANCEL); Enter presses the focused push button, else the
-// template's default button, else OK (IDOK), except in a multi-line edit.
+// default button set by SetDefID, else the template's default button, else OK (IDOK), except
+// in a multi-line edit.
 // Ownership: the dialog object owns its window (destroyed with the object or DestroyWindow);
 // the parent window is not owned. Thread: UI thread. Re-entrancy: handlers may end, hide or
 // destroy the dialog; DoModal returns after the modal loop has ended.
@@ -86,6 +87,10 @@ public:
     void ShowWindow(bool show);
     bool IsWindowVisible() const;
     void DestroyWindow();
+    // The default push button (DM_SETDEFID): what Enter presses from a control that is no push
+    // button. 0: the template's default button, else OK.
+    void SetDefID(int id) { m_iDefId = id; }
+    int GetDefID() const { return m_iDefId; }
     void SetTimer(unsigned id, unsigned milliseconds);
     void KillTimer(unsigned id);
 
@@ -136,6 +141,7 @@ private:
     std::string m_strCreateError;
     bool m_bModal = false;
     int m_iModalResult = 0;
+    int m_iDefId = 0;
 };
 
 // Scales a length in pixels at 96 dots per inch to the screen's resolution.

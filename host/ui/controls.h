@@ -123,6 +123,26 @@ public:
     virtual void setExtendedStyle(unsigned style) = 0;
 };
 
+// Tree of items (a market and its symbols). Items are numbered from 1 as they are inserted;
+// 0 stands for the root (no item). The parent hears TVN_SELCHANGED when the user moves the
+// selection (NotifyInfo::item the new item) and NM_DBLCLK on a double click (the item).
+class TreeCtrl : public Window {
+public:
+    using Item = int;
+    virtual Item insertItem(Item parent, const CString& text, std::intptr_t data) = 0;
+    virtual void deleteAllItems() = 0;
+    virtual int itemCount() const = 0;
+    virtual CString itemText(Item item) const = 0;
+    virtual std::intptr_t itemData(Item item) const = 0;
+    virtual Item parentItem(Item item) const = 0;
+    // Children of an item (0: the top-level items), in insertion order.
+    virtual std::vector<Item> children(Item parent) const = 0;
+    virtual Item selectedItem() const = 0; // 0: none
+    virtual void selectItem(Item item) = 0;
+    virtual void expand(Item item, bool expanded) = 0;
+    virtual bool isExpanded(Item item) const = 0;
+};
+
 // The toolkit's tip window: a short text shown at a point for a time.
 class TipWindow : public Window {
 public:

@@ -93,6 +93,8 @@ Window* createControl(Window& dialog, const ControlTemplate& c) {
         }
         return tabs;
     }
+    case ControlKind::kTree:
+        return dialog.createTreeCtrl(c.id, c.rect);
     case ControlKind::kRichEdit: {
         RichEdit* rich = dialog.createRichEdit(c.id, c.rect, editStyle(c) | win::ES_MULTILINE);
         if (rich != nullptr && !c.text.empty()) {

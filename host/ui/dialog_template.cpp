@@ -216,7 +216,7 @@ private:
         } else {
             failAt(lineNo, "unknown keyword '" + head.text +
                                "' (dialog, caption, size, style, font or a control kind: button, checkbox, radio, "
-                               "groupbox, edit, static, listbox, listctrl, tabs, richedit, hoverbutton)");
+                               "groupbox, edit, static, listbox, listctrl, tabs, richedit, hoverbutton, tree)");
         }
     }
 
@@ -233,6 +233,7 @@ private:
             {"tabs", ControlKind::kTabs},
             {"richedit", ControlKind::kRichEdit},
             {"hoverbutton", ControlKind::kHoverButton},
+            {"tree", ControlKind::kTree},
         };
         const auto it = kKinds.find(word);
         return it == kKinds.end() ? std::nullopt : std::optional<ControlKind>(it->second);
@@ -465,6 +466,8 @@ const char* controlKindName(ControlKind kind) {
         return "richedit";
     case ControlKind::kHoverButton:
         return "hoverbutton";
+    case ControlKind::kTree:
+        return "tree";
     }
     return "?";
 }

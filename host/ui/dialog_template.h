@@ -22,6 +22,7 @@ enum class ControlKind {
     kTabs,        // tab strip
     kRichEdit,    // multi-line rich text
     kHoverButton, // push button drawn from bitmaps (normal, hover, pressed) by id
+    kTree,        // tree of items
 };
 const char* controlKindName(ControlKind kind);
 

@@ -68,6 +68,7 @@ public:
     ListCtrl* createListCtrl(int id, const Rect& rect, bool checkBoxes = false) override {
         return Core::createListCtrl(id, rect, checkBoxes);
     }
+    TreeCtrl* createTreeCtrl(int id, const Rect& rect) override { return Core::createTreeCtrl(id, rect); }
     CSuperSheetWnd* createSheet(int id, const Rect& rect) override { return Core::createSheet(id, rect); }
     TipWindow* createTipWindow() override { return Core::createTipWindow(); }
     Window* createChildWindow(int id, const Rect& rect, WindowHandler* handler) override {

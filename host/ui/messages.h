@@ -126,6 +126,7 @@ constexpr int NM_DBLCLK = -3;
 constexpr int NM_RCLICK = -5;
 constexpr int NM_SETFOCUS = -7;
 constexpr int NM_KILLFOCUS = -8;
+constexpr int TVN_SELCHANGED = -402;
 
 // WM_CTLCOLOR control types.
 constexpr int CTLCOLOR_MSGBOX = 0;

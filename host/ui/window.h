@@ -18,6 +18,7 @@ class RichEdit;
 class StaticText;
 class ListBox;
 class ListCtrl;
+class TreeCtrl;
 class CSuperSheetWnd;
 class TipWindow;
 
@@ -97,6 +98,7 @@ public:
     virtual StaticText* createStatic(int id, const Rect& rect, const CString& text) = 0;
     virtual ListBox* createListBox(int id, const Rect& rect, bool multiSelect, bool checkBoxes = false) = 0;
     virtual ListCtrl* createListCtrl(int id, const Rect& rect, bool checkBoxes = false) = 0;
+    virtual TreeCtrl* createTreeCtrl(int id, const Rect& rect) = 0;
     virtual CSuperSheetWnd* createSheet(int id, const Rect& rect) = 0;
     virtual TipWindow* createTipWindow() = 0;
     // A child window with a handler of its own (a child view).
