@@ -47,6 +47,28 @@ TEST(SeqRanges, KeepsRangesAndNamesWhatIsMissing) {
     EXPECT_EQ(set.missing(1, 10), Gaps{});
 }
 
+TEST(LinkGaps, ForgettingOldDaysOfOneServiceKeepsOtherServicesAndTheKeptDays) {
+    constexpr int kYesterday = 20240304;
+    LinkGaps gaps;
+    // Number 1 arrived and number 3 was lost, for two days of service 16 and one of service 22.
+    for (const auto& [service, day] : {std::pair<unsigned char, int>{16, kYesterday}, {16, kToday}, {22, kYesterday}}) {
+        EXPECT_TRUE(gaps.received(service, day, 1).empty());
+        gaps.lost(lostHeadline(service, 3, morning(), "遺失"), day);
+    }
+    gaps.dropBefore(16, kToday);
+
+    EXPECT_EQ(gaps.lostWaiting(), 2u);
+    using Gap = std::tuple<unsigned char, int, std::int32_t, std::int32_t>;
+    EXPECT_EQ(gaps.gapsToServerHigh(), (std::vector<Gap>{{16, kToday, 2, 3}, {22, kYesterday, 2, 3}}));
+    using Gaps = std::vector<std::pair<std::int32_t, std::int32_t>>;
+    EXPECT_EQ(gaps.received(22, kYesterday, 5), (Gaps{{2, 4}})) << "what arrived of service 22 is still known";
+    EXPECT_EQ(gaps.received(16, kYesterday, 5), Gaps{}) << "a forgotten day starts afresh";
+    const std::vector<FeedEvent> fetched = gaps.fetch(22, kYesterday, 2, 4);
+    ASSERT_EQ(fetched.size(), 1u);
+    EXPECT_FALSE(fetched[0].lost) << "what the server hands over again is an ordinary headline";
+    EXPECT_EQ(gaps.lostWaiting(), 1u);
+}
+
 TEST_F(BackendTest, AHeadlineLostOnTheLinkIsFetchedWhenALaterNumberShowsTheGap) {
     std::size_t recovered = 0;
     backend.reset();

@@ -67,7 +67,8 @@ TEST_F(SearchSettingsTest, TheSearchStateSurvivesASaveAndANewViewHostileTextsInc
 TEST_F(SearchSettingsTest, UnreadableValuesKeepTheirListsEmptyAndAreSavedBackUnchanged) {
     m_cfg.set("!RVNEWS_NEWSSEARCH_KEYWORD", "3:a,b");
     m_cfg.set("!RVNEWS_NEWSSEARCH_NEARTENSEARCHINFO", "1:not a search");
-    m_cfg.set("!RVNEWS_NEWSKEY_KEYWORDSETTING", "1:C:1%20T:3%20K:A,");
+    // A well-formed list holding one bad key set: the whole value stays unread, not half of it.
+    m_cfg.set("!RVNEWS_NEWSKEY_KEYWORDSETTING", "2:C:1%20T:3%20K:A,C:1%20T:x%20K:B");
     m_cfg.set("WarningSearchItems", "1:" + search({"ok"}, 0, 1).GetString());
     m_cfg.set("WarningSearchItemOrder", "2x");
     createView();
@@ -82,7 +83,7 @@ TEST_F(SearchSettingsTest, UnreadableValuesKeepTheirListsEmptyAndAreSavedBackUnc
     m_view->RecentSearches().push_back(search({"new"}, 0, 1));
     m_view->SaveViewInfo(&m_cfg, "Layout", 0, 0);
     EXPECT_EQ(m_cfg.get("!RVNEWS_NEWSSEARCH_KEYWORD"), "3:a,b") << "never lost by a save";
-    EXPECT_EQ(m_cfg.get("!RVNEWS_NEWSKEY_KEYWORDSETTING"), "1:C:1%20T:3%20K:A,");
+    EXPECT_EQ(m_cfg.get("!RVNEWS_NEWSKEY_KEYWORDSETTING"), "2:C:1%20T:3%20K:A,C:1%20T:x%20K:B");
     EXPECT_EQ(m_cfg.get("WarningSearchItemOrder"), "2x");
     EXPECT_EQ(m_cfg.get("!RVNEWS_NEWSSEARCH_NEARTENSEARCHINFO"), "1:" + search({"new"}, 0, 1).GetString())
         << "replaced once the user has a list of their own";
