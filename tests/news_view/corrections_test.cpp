@@ -12,7 +12,7 @@ using host::ui::Date;
 
 class CorrectionsTest : public NewsViewTest {
 protected:
-    void conditions(std::vector<RelationCondition> list) { m_view->RelationConditions() = std::move(list); }
+    void conditions(std::vector<RelationCondition> list) { m_view->SetRelationConditions(std::move(list)); }
     std::vector<std::int32_t> seqs(int list) const {
         std::vector<std::int32_t> out;
         const HeadlineTableList& table = *m_view->GetTable(list);
