@@ -2,6 +2,8 @@
 
 #include <charconv>
 
+#include "host/text/escape.h"
+
 namespace news {
 
 namespace {
@@ -10,60 +12,14 @@ bool needsEscape(unsigned char c) {
     return c < 0x21 || c == 0x7F || c == '%' || c == ',';
 }
 
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    if (c >= 'A' && c <= 'F') {
-        return c - 'A' + 10;
-    }
-    return -1;
-}
-
 } // namespace
 
 void AppendEscapedElement(CString& out, std::string_view element) {
-    static constexpr char kHex[] = "0123456789ABCDEF";
-    for (const char ch : element) {
-        const auto c = static_cast<unsigned char>(ch);
-        if (needsEscape(c)) {
-            out += '%';
-            out += kHex[c >> 4];
-            out += kHex[c & 0x0F];
-        } else {
-            out += ch;
-        }
-    }
+    text::appendPercentEscaped(out, element, needsEscape);
 }
 
-std::optional<CString> UnescapeElement(std::string_view text) {
-    CString out;
-    out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto c = static_cast<unsigned char>(text[i]);
-        if (c != '%') {
-            if (needsEscape(c)) {
-                return std::nullopt;
-            }
-            out += static_cast<char>(c);
-            continue;
-        }
-        if (i + 2 >= text.size()) {
-            return std::nullopt;
-        }
-        const int hi = hexValue(text[i + 1]);
-        const int lo = hexValue(text[i + 2]);
-        if (hi < 0 || lo < 0) {
-            return std::nullopt;
-        }
-        const auto decoded = static_cast<unsigned char>(hi * 16 + lo);
-        if (!needsEscape(decoded)) {
-            return std::nullopt; // one text, one form
-        }
-        out += static_cast<char>(decoded);
-        i += 2;
-    }
-    return out;
+std::optional<CString> UnescapeElement(std::string_view element) {
+    return text::percentUnescape(element, needsEscape);
 }
 
 CString EncodeTextList(const std::vector<CString>& items) {

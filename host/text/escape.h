@@ -1,0 +1,21 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace text {
+
+// Which bytes a text form writes as %XX; every other byte stands as it is.
+using EscapedByte = bool (*)(unsigned char);
+
+// Appends item to out with every byte that escaped() names written as '%' and two upper-case
+// hex digits.
+void appendPercentEscaped(std::string& out, std::string_view item, EscapedByte escaped);
+
+// Reverses appendPercentEscaped. Each text has exactly one written form, so a raw byte that
+// should have been escaped, a %XX of a byte that needs no escape, lower-case or broken hex all
+// give nullopt.
+std::optional<std::string> percentUnescape(std::string_view item, EscapedByte escaped);
+
+} // namespace text
