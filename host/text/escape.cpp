@@ -60,4 +60,26 @@ std::optional<std::string> percentUnescape(std::string_view item, EscapedByte es
     return out;
 }
 
+bool appendBackslashEscape(std::string& out, char c) {
+    switch (c) {
+    case '"':
+        out += "\\\"";
+        return true;
+    case '\\':
+        out += "\\\\";
+        return true;
+    case '\n':
+        out += "\\n";
+        return true;
+    case '\r':
+        out += "\\r";
+        return true;
+    case '\t':
+        out += "\\t";
+        return true;
+    default:
+        return false;
+    }
+}
+
 } // namespace text

@@ -18,4 +18,9 @@ void appendPercentEscaped(std::string& out, std::string_view item, EscapedByte e
 // give nullopt.
 std::optional<std::string> percentUnescape(std::string_view item, EscapedByte escaped);
 
+// Appends c as the backslash escape that both the JSON and the dialog template readers know
+// (\" \\ \n \r \t) and returns true; any other byte is left to the caller (false, nothing
+// written).
+bool appendBackslashEscape(std::string& out, char c);
+
 } // namespace text
