@@ -23,14 +23,7 @@ void appendList(CString& out, std::string_view name, const std::vector<CString>&
     out += ';';
     out += name;
     out += '=';
-    out += std::to_string(items.size());
-    out += ':';
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        if (i > 0) {
-            out += ',';
-        }
-        text::appendPercentEscaped(out, items[i], needsEscape);
-    }
+    text::appendCountedList(out, items, needsEscape);
 }
 
 // Splits "name=value" fields at ';' (items never contain a raw ';').
@@ -74,46 +67,6 @@ template <class Int> std::optional<Int> parseInt(std::string_view text) {
     return value;
 }
 
-std::optional<std::vector<CString>> parseList(std::string_view value) {
-    const std::size_t colon = value.find(':');
-    if (colon == std::string_view::npos) {
-        return std::nullopt;
-    }
-    const auto count = parseInt<std::size_t>(value.substr(0, colon));
-    if (!count) {
-        return std::nullopt;
-    }
-    const std::string_view body = value.substr(colon + 1);
-    std::vector<CString> items;
-    if (*count == 0) {
-        if (!body.empty()) {
-            return std::nullopt;
-        }
-        return items;
-    }
-    if (*count > body.size() + 1) {
-        return std::nullopt;
-    }
-    std::size_t start = 0;
-    while (true) {
-        const std::size_t comma = body.find(',', start);
-        const std::string_view raw = body.substr(start, comma == std::string_view::npos ? comma : comma - start);
-        auto item = text::percentUnescape(raw, needsEscape);
-        if (!item) {
-            return std::nullopt;
-        }
-        items.push_back(std::move(*item));
-        if (comma == std::string_view::npos) {
-            break;
-        }
-        start = comma + 1;
-    }
-    if (items.size() != *count) {
-        return std::nullopt;
-    }
-    return items;
-}
-
 } // namespace
 
 void CSearch::GetString(CString& out) const {
@@ -152,8 +105,8 @@ bool CSearch::LoadStringA(const CString& text) {
     const auto method = parseInt<unsigned>(*methodText);
     // Parsed with its sign, so the most negative time (which has no positive twin) loads too.
     const auto time = parseInt<std::int64_t>(*timeText);
-    auto keywords = parseList(*keywordText);
-    auto symbols = parseList(*symbolText);
+    auto keywords = text::decodeCountedList(*keywordText, needsEscape);
+    auto symbols = text::decodeCountedList(*symbolText, needsEscape);
     if (!scope || *scope > 255 || !method || *method > 255 || !time || (*flagText != "0" && *flagText != "1") ||
         !keywords || !symbols) {
         return false;

@@ -1,5 +1,7 @@
 #include "host/text/escape.h"
 
+#include <charconv>
+
 namespace text {
 
 namespace {
@@ -58,6 +60,66 @@ std::optional<std::string> percentUnescape(std::string_view item, EscapedByte es
         i += 2;
     }
     return out;
+}
+
+void appendCountedList(std::string& out, const std::vector<std::string>& items, EscapedByte escaped) {
+    out += std::to_string(items.size());
+    out += ':';
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (i > 0) {
+            out += ',';
+        }
+        appendPercentEscaped(out, items[i], escaped);
+    }
+}
+
+std::optional<std::vector<std::string>> decodeCountedList(std::string_view value, EscapedByte escaped) {
+    const std::size_t colon = value.find(':');
+    if (colon == std::string_view::npos) {
+        return std::nullopt;
+    }
+    // One spelling per count: digits only, no leading zero.
+    const std::string_view digits = value.substr(0, colon);
+    if (digits.empty() || digits.front() < '0' || digits.front() > '9' ||
+        (digits.front() == '0' && digits.size() > 1)) {
+        return std::nullopt;
+    }
+    std::size_t count = 0;
+    const auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), count);
+    if (ec != std::errc{} || end != digits.data() + digits.size()) {
+        return std::nullopt;
+    }
+    const std::string_view body = value.substr(colon + 1);
+    std::vector<std::string> items;
+    if (count == 0) {
+        if (!body.empty()) {
+            return std::nullopt;
+        }
+        return items;
+    }
+    // Every item takes at least one comma after the first, so a count beyond that is a lie.
+    if (count > body.size() + 1) {
+        return std::nullopt;
+    }
+    items.reserve(count);
+    std::size_t start = 0;
+    while (true) {
+        const std::size_t comma = body.find(',', start);
+        std::optional<std::string> item =
+            percentUnescape(body.substr(start, comma == std::string_view::npos ? comma : comma - start), escaped);
+        if (!item) {
+            return std::nullopt;
+        }
+        items.push_back(std::move(*item));
+        if (comma == std::string_view::npos) {
+            break;
+        }
+        start = comma + 1;
+    }
+    if (items.size() != count) {
+        return std::nullopt;
+    }
+    return items;
 }
 
 bool appendBackslashEscape(std::string& out, char c) {
