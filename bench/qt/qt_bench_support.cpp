@@ -2,8 +2,11 @@
 
 #include <QAbstractEventDispatcher>
 #include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <algorithm>
 #include <cstdlib>
 
@@ -60,6 +63,24 @@ void TurnRecorder::restart() {
 
 void TurnRecorder::stop() {
     QObject::disconnect(m_onBlock);
+}
+
+double runTicking(TurnRecorder& turns, const std::function<bool(qint64 elapsedMs)>& tick) {
+    QElapsedTimer elapsed;
+    elapsed.start();
+    QEventLoop loop;
+    QTimer ticker;
+    ticker.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&ticker, &QTimer::timeout, [&] {
+        if (!tick(elapsed.elapsed())) {
+            loop.quit();
+        }
+    });
+    ticker.start(1);
+    turns.restart();
+    loop.exec();
+    turns.stop();
+    return static_cast<double>(elapsed.elapsed()) / 1000.0;
 }
 
 double percentile(std::vector<double> values, double p) {

@@ -57,6 +57,11 @@ private:
     std::vector<double> m_cpuMs;
 };
 
+// Runs an event loop that calls tick every millisecond (a precise timer) with the milliseconds
+// since the start, recording turns from the start, until tick returns false. Returns the
+// seconds the loop ran.
+double runTicking(TurnRecorder& turns, const std::function<bool(qint64 elapsedMs)>& tick);
+
 // The value at fraction p (0 to 1) of the sorted values; 0 for none.
 double percentile(std::vector<double> values, double p);
 
