@@ -106,38 +106,6 @@ protected:
         ASSERT_TRUE(noPopup());
     }
 
-    // Opens the date picker's calendar with a click on its drop-down arrow.
-    QCalendarWidget* openCalendar() {
-        auto* picker = widget<QDateEdit>(news::kIdDatePicker);
-        QStyleOptionComboBox option;
-        option.initFrom(picker);
-        option.editable = true;
-        option.subControls = QStyle::SC_All;
-        const QRect arrow =
-            picker->style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxArrow, picker);
-        click(picker, arrow.center());
-        return openPopup() != nullptr ? picker->calendarWidget() : nullptr;
-    }
-
-    // Clicks a day of the open calendar's month.
-    static void clickDay(QCalendarWidget* calendar, int day) {
-        auto* days = calendar->findChild<QTableView*>(QStringLiteral("qt_calendar_calendarview"));
-        ASSERT_NE(days, nullptr);
-        const QAbstractItemModel* model = days->model();
-        // Rows 1 to 6 hold the weeks; a day in the middle of the month is shown once.
-        for (int row = 1; row < model->rowCount(); ++row) {
-            for (int column = 1; column < model->columnCount(); ++column) {
-                const QModelIndex index = model->index(row, column);
-                if (index.data().toString() == QString::number(day)) {
-                    click(days->viewport(), days->visualRect(index).center());
-                    return;
-                }
-            }
-        }
-        FAIL() << "day " << day << " is not in the calendar";
-    }
-
-    QDate pickerDate() const { return widget<QDateEdit>(news::kIdDatePicker)->date(); }
     QString lastTip() const { return qthost::toQString(view().GetLastTipText()); }
     // The tip message window on screen: shown inside the all-news grid, with the last tip as
     // its text, on a background of its own.
@@ -163,18 +131,6 @@ protected:
         return ::testing::AssertionSuccess();
     }
     static QString lang(const char* utf8) { return QString::fromUtf8(utf8); }
-
-    void clickTab(int mode) {
-        auto* tabs = widget<QTabBar>(news::kIdTabStrip);
-        auto* strip = dynamic_cast<host::ui::TabStrip*>(control(news::kIdTabStrip));
-        for (int i = 0; i < strip->itemCount(); ++i) {
-            if (strip->itemData(i) == mode) {
-                click(tabs, tabs->tabRect(i).center());
-                return;
-            }
-        }
-        FAIL() << "no tab for mode " << mode;
-    }
 
     // Focus row of a mode's grid and whether it is on screen.
     int focusRow(int mode) const { return sheet(mode)->cptGetFocusNdx().y; }
