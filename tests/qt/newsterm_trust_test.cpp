@@ -240,60 +240,28 @@ TEST_F(NewstermTrustTest, TheListStaysPutWhileScrolledAwayFromTheTop) {
     EXPECT_TRUE(waitUntil([&] { return topTitle() == utf8("最新新聞"); })) << qPrintable(topTitle());
 }
 
-// Another language applies at once, to the terminal, the news view and Qt's own dialogs.
-TEST_F(NewstermTrustTest, ALanguageChosenInTheMenuAppliesAtOnce) {
-    start(headlineLine(16, 1, "台積電新聞", "2330"), localSeconds(kToday, 10));
-    ASSERT_TRUE(newsterm::useQtTranslation(QStringLiteral("zh-TW"))) << "qt6-translations-l10n is missing";
-    EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Cancel"), utf8("取消"));
-    auto* tabs = widget<QTabBar>(news::kIdTabStrip);
-    ASSERT_NE(tabs, nullptr);
-    EXPECT_EQ(tabs->tabText(0), utf8("全部新聞"));
-
-    QAction* english = action("English");
-    ASSERT_NE(english, nullptr);
-    english->trigger();
-    drainEvents();
-    EXPECT_EQ(window().windowTitle(), QStringLiteral("News terminal"));
-    tabs = widget<QTabBar>(news::kIdTabStrip);
-    ASSERT_NE(tabs, nullptr);
-    EXPECT_EQ(tabs->tabText(0), QStringLiteral("All News"));
-    EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Cancel"), QStringLiteral("Cancel"));
-    EXPECT_TRUE(window().statusPanel().linkText().contains(QStringLiteral("Live")));
-    ASSERT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == 1; })) << "the view came back with its news";
-    newsterm::TermSettings saved(settingsPath());
-    ASSERT_TRUE(saved.load().isEmpty());
-    EXPECT_EQ(saved.language(), QStringLiteral("en"));
-    newsterm::useQtTranslation(QStringLiteral("en"));
-}
-
 // What a trader's keyboard and eyes expect of the window: tabs by key from the grid and from the
 // symbol box, Ctrl+L to the symbol box, English headers that fit, a font size the layout follows
 // and that survives a restart, pushed rows marked, cut titles shown whole in a tooltip.
 TEST_F(NewstermWindowTest, KeysFontSizeNewRowsAndTooltipsInTheWindow) {
-    auto* tabs = widget<QTabBar>(news::kIdTabStrip);
-    auto* strip = dynamic_cast<host::ui::TabStrip*>(control(news::kIdTabStrip));
-    ASSERT_TRUE(tabs != nullptr && strip != nullptr && tabs->count() >= 3);
-    const int last = tabs->count() - 1;
-    click(grid(shownMode())->viewport());
-    pressKey(Qt::Key_2, Qt::ControlModifier);
-    EXPECT_TRUE(waitUntil([&] { return shownMode() == static_cast<int>(strip->itemData(1)); }))
-        << "the view did not follow the tab";
-    pressKey(Qt::Key_Tab, Qt::ControlModifier);
-    EXPECT_EQ(tabs->currentIndex(), 2);
-    pressKey(Qt::Key_1, Qt::ControlModifier);
-    pressKey(Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
-    EXPECT_EQ(tabs->currentIndex(), last) << "Ctrl+Shift+Tab wraps round to the last tab";
-
-    auto* symbolBox = window().findChild<QLineEdit*>(QStringLiteral("symbolEntry"));
-    pressKey(Qt::Key_L, Qt::ControlModifier);
-    EXPECT_EQ(QApplication::focusWidget(), symbolBox);
-    pressKey(Qt::Key_1, Qt::ControlModifier);
-    EXPECT_TRUE(waitUntil([&] { return shownMode() == static_cast<int>(strip->itemData(0)); }))
-        << "tab keys work from the symbol box too";
-
-    // English column headers fit, in the normal font and a larger one.
+    // Another language applies at once, to the terminal, the news view and Qt's own dialogs, and
+    // its column headers fit, in the normal font and a larger one.
+    const int listed = rowCount(news::kModeAllNews);
+    ASSERT_TRUE(newsterm::useQtTranslation(QStringLiteral("zh-TW"))) << "qt6-translations-l10n is missing";
+    EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Cancel"), utf8("取消"));
     action("English")->trigger();
     drainEvents();
+    EXPECT_EQ(window().windowTitle(), QStringLiteral("News terminal"));
+    EXPECT_EQ(widget<QTabBar>(news::kIdTabStrip)->tabText(0), QStringLiteral("All News"));
+    EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Cancel"), QStringLiteral("Cancel"));
+    EXPECT_TRUE(window().statusPanel().linkText().contains(QStringLiteral("Live")));
+    EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == listed; }))
+        << "the view came back with its news: " << rowCount(news::kModeAllNews) << " of " << listed;
+    {
+        newsterm::TermSettings saved(settingsPath());
+        ASSERT_TRUE(saved.load().isEmpty());
+        EXPECT_EQ(saved.language(), QStringLiteral("en"));
+    }
     const auto headersFit = [this] {
         const QTableView* table = grid(news::kModeAllNews);
         const QHeaderView* header = table->horizontalHeader();
@@ -319,6 +287,29 @@ TEST_F(NewstermWindowTest, KeysFontSizeNewRowsAndTooltipsInTheWindow) {
         << "the font size did not survive a restart";
     pressKey(Qt::Key_0, Qt::ControlModifier);
     EXPECT_EQ(grid(news::kModeAllNews)->verticalHeader()->defaultSectionSize(), rowHeight);
+    newsterm::useQtTranslation(QStringLiteral("en"));
+
+    // Tabs by key, from the grid and from the symbol box, which Ctrl+L reaches.
+    auto* tabs = widget<QTabBar>(news::kIdTabStrip);
+    auto* strip = dynamic_cast<host::ui::TabStrip*>(control(news::kIdTabStrip));
+    ASSERT_TRUE(tabs != nullptr && strip != nullptr && tabs->count() >= 3);
+    const int last = tabs->count() - 1;
+    click(grid(shownMode())->viewport());
+    pressKey(Qt::Key_2, Qt::ControlModifier);
+    EXPECT_TRUE(waitUntil([&] { return shownMode() == static_cast<int>(strip->itemData(1)); }))
+        << "the view did not follow the tab";
+    pressKey(Qt::Key_Tab, Qt::ControlModifier);
+    EXPECT_EQ(tabs->currentIndex(), 2);
+    pressKey(Qt::Key_1, Qt::ControlModifier);
+    pressKey(Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(tabs->currentIndex(), last) << "Ctrl+Shift+Tab wraps round to the last tab";
+
+    auto* symbolBox = window().findChild<QLineEdit*>(QStringLiteral("symbolEntry"));
+    pressKey(Qt::Key_L, Qt::ControlModifier);
+    EXPECT_EQ(QApplication::focusWidget(), symbolBox);
+    pressKey(Qt::Key_1, Qt::ControlModifier);
+    EXPECT_TRUE(waitUntil([&] { return shownMode() == static_cast<int>(strip->itemData(0)); }))
+        << "tab keys work from the symbol box too";
 
     // A pushed headline is marked, the rows of the list's fill are not; its long title is cut
     // and shows whole in a tooltip, a short one shows none.
