@@ -348,6 +348,8 @@ void MainWindow::rebuildView() {
     m_view.reset();
     m_view = std::make_unique<ViewHost>(m_ui, centralWidget(), kViewClass);
     m_view->loadSettings(m_settings.layout(), kViewName);
+    // The new view reads on as the old one did: the newest story, with the keyboard in the list.
+    showFirstStory(kFirstStoryAttempts);
 }
 
 void MainWindow::buildShortcuts() {
