@@ -27,6 +27,7 @@
 #include "adapters/qt/sheet_model.h"
 #include "adapters/qt/sheet_window.h"
 #include "apps/newsterm/backend_session.h"
+#include "apps/newsterm/font_size.h"
 #include "apps/newsterm/main_window.h"
 #include "apps/newsterm/qt_translation.h"
 #include "apps/newsterm/quit_signals.h"
@@ -331,6 +332,23 @@ TEST_F(NewstermWindowTest, KeysFontSizeNewRowsAndTooltipsInTheWindow) {
     EXPECT_EQ(tooltipOver(1), QString());
     EXPECT_EQ(tooltipOver(0), utf8(longTitle));
     QToolTip::hideText();
+}
+
+// The font size ladder: steps stop at its ends, and a stored size (edited by hand, damaged)
+// becomes a size of the ladder or the normal size, never a font too small or too large to use.
+TEST(NewstermFontSize, StepsStopAtTheEndsAndStoredSizesSnapToTheLadder) {
+    EXPECT_EQ(newsterm::steppedFontPercent(100, 1), 110);
+    EXPECT_EQ(newsterm::steppedFontPercent(100, -1), 90);
+    EXPECT_EQ(newsterm::steppedFontPercent(200, 1), 200);
+    EXPECT_EQ(newsterm::steppedFontPercent(80, -1), 80);
+    EXPECT_EQ(newsterm::steppedFontPercent(150, 0), 100);
+    EXPECT_EQ(newsterm::steppedFontPercent(112, 1), 125) << "from the nearest step";
+    for (const int unusable : {-5, 0, 39, 1001, 100000}) {
+        EXPECT_EQ(newsterm::validFontPercent(unusable), 100) << unusable;
+    }
+    EXPECT_EQ(newsterm::validFontPercent(40), 80);
+    EXPECT_EQ(newsterm::validFontPercent(1000), 200);
+    EXPECT_EQ(newsterm::validFontPercent(112), 110);
 }
 
 TEST(NewstermWindowFit, TheFirstWindowFitsTheScreenAtAnyScale) {
