@@ -224,6 +224,8 @@ TEST_F(NewstermTrustTest, TheListStaysPutWhileScrolledAwayFromTheTop) {
     QWheelEvent wheel(at, table->viewport()->mapToGlobal(at), QPoint(), QPoint(0, -360), Qt::NoButton, Qt::NoModifier,
                       Qt::NoScrollPhase, false);
     QApplication::sendEvent(table->viewport(), &wheel);
+    // Rows scrolled into view are written by the view's deferred refresh.
+    ASSERT_TRUE(waitUntil([&] { return !topTitle().isEmpty(); }));
     const QString reading = topTitle();
     ASSERT_NE(reading, utf8("舊聞80")) << "the wheel did not scroll";
     for (int seq = 81; seq <= 85; ++seq) {
