@@ -35,6 +35,10 @@ public:
     void setLanguage(const QString& language);
     QString colorScheme() const; // empty when never chosen
     void setColorScheme(const QString& scheme);
+    // The font size in percent as stored (validFontPercent() makes it a usable one); 100 when
+    // never chosen or not a number.
+    int fontPercent() const;
+    void setFontPercent(int percent);
     QString symbol() const; // the terminal's current symbol; empty when never chosen
     void setSymbol(const QString& symbol);
     const QString& path() const { return m_path; }
