@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "headline_list/headline_table_list.h"
+#include "headline_list/relation_matcher.h"
 #include "host/backend/search.h"
 #include "host/framework/base_views.h"
 #include "host/framework/message_map.h"
@@ -35,14 +36,6 @@ struct NewsServiceEntry {
     unsigned char m_bySelected = 0; // 1: the user has the service checked
     std::int32_t m_iDate = 0;       // the service's news date, yyyymmdd
     unsigned char m_bySearchPending = 0;
-};
-
-// One relation-search condition: match mode (1: every word must hit), category ids (the single
-// value -999 stands for every category) and words.
-struct RelationCondition {
-    unsigned char m_byMode = 1;
-    std::vector<int> m_vCategories;
-    std::vector<CString> m_vWords;
 };
 
 // One entry of the symbol combo: service and code.
@@ -278,7 +271,12 @@ public:
     // The grid row whose story the pane shows (-1: none yet).
     int GetShowedStoryRow() const { return m_iShowedStoryRow; }
     std::int64_t GetCreateTime() const { return m_tCreateTime; }
-    std::vector<RelationCondition>& RelationConditions() { return m_vRelation; }
+    // The relation conditions (the ticked key sets) that list 4 and pushed headlines are tested
+    // against; setting them prepares the test, it does not rebuild list 4.
+    const std::vector<RelationCondition>& GetRelationConditions() const { return m_relation.conditions(); }
+    void SetRelationConditions(std::vector<RelationCondition> conditions) {
+        m_relation = RelationMatcher(std::move(conditions));
+    }
     // The search state: the active and edited search conditions, the quick-search history.
     const CSearch& GetSearchCondition() const { return m_searchCondition; }
     // Makes a condition the active search of list 3 (a host restoring a search, a benchmark);
@@ -544,5 +542,5 @@ private:
     void vSaveSearchSettings(TRVCfgIO2* cfg, const CString& section, int layout1, int layout2);
     CString m_strSearchText;
     CString m_strPrevSearchText;
-    std::vector<RelationCondition> m_vRelation;
+    RelationMatcher m_relation; // the ticked key sets, ready for the relation test
 };

@@ -427,6 +427,15 @@ void ScenarioRunner::doDoubleClick(const Statement& s) {
     }
 }
 
+void ScenarioRunner::doRightClick(const Statement& s) {
+    WindowCore* control = requireControl(s, word(s, 1));
+    requireUsable(*control);
+    const int index = static_cast<int>(number(s, 2));
+    if (!as<headless::HeadlessListCtrl>(control, "list control")->rightClickRow(index)) {
+        throw ActionFailure("list " + word(s, 1) + " has no row " + std::to_string(index));
+    }
+}
+
 void ScenarioRunner::doFocus(const Statement& s) {
     const std::string& what = word(s, 1);
     if (what == "view") {

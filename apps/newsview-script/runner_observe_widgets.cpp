@@ -223,6 +223,9 @@ std::vector<std::string> ScenarioRunner::observeControl(const Statement& s, cons
         if (auto* tabs = dynamic_cast<headless::HeadlessTabStrip*>(control)) {
             return {std::to_string(tabs->itemCount())};
         }
+        if (auto* rows = dynamic_cast<headless::HeadlessListCtrl*>(control)) {
+            return {std::to_string(rows->itemCount())};
+        }
     }
     if (property == "dropped") {
         if (auto* combo = dynamic_cast<headless::HeadlessComboBox*>(control)) {

@@ -147,7 +147,7 @@ void ScenarioRunner::doRelationKeys(const Statement& s) {
         throw ActionFailure("there is no news view");
     }
     if (hasWord(s, 1) && word(s, 1) == "clear" && !hasWord(s, 2)) {
-        view->RelationConditions().clear();
+        view->SetRelationConditions({});
         return;
     }
     if (!hasWord(s, 2)) {
@@ -169,7 +169,9 @@ void ScenarioRunner::doRelationKeys(const Statement& s) {
         condition.m_vWords.push_back(in(word(s, i)));
     }
     // As the key-set dialog leaves them: ticked key sets the relation list matches against.
-    view->RelationConditions().push_back(std::move(condition));
+    std::vector<RelationCondition> conditions = view->GetRelationConditions();
+    conditions.push_back(std::move(condition));
+    view->SetRelationConditions(std::move(conditions));
 }
 
 void ScenarioRunner::doChangeCast(const Statement& s) {

@@ -159,6 +159,7 @@ const std::map<std::string, ScenarioRunner::Handler>& ScenarioRunner::handlers()
         {"chars", &ScenarioRunner::doChars},
         {"check", &ScenarioRunner::doCheck},
         {"dblclick", &ScenarioRunner::doDoubleClick},
+        {"rclick", &ScenarioRunner::doRightClick},
         {"focus", &ScenarioRunner::doFocus},
         {"key", &ScenarioRunner::doKey},
         {"grid", &ScenarioRunner::doGrid},

@@ -152,6 +152,7 @@ private:
     void doChars(const Statement& s);
     void doCheck(const Statement& s);
     void doDoubleClick(const Statement& s);
+    void doRightClick(const Statement& s);
     void doFocus(const Statement& s);
     void doKey(const Statement& s);
     void doGrid(const Statement& s);

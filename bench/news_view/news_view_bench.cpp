@@ -198,7 +198,7 @@ public:
         m_view = std::make_unique<TRVNewsCtrlView>();
         m_view->Create(nullptr, host::ui::Rect{0, 0, 1000, 600}, 0);
         m_view->OnInitialUpdate();
-        m_view->RelationConditions() = {RelationCondition{2, {-999}, {"NEWS"}}};
+        m_view->SetRelationConditions({RelationCondition{2, {-999}, {"NEWS"}}});
         m_view->InitialViewInfo(&m_cfg, "Layout", 0, 0, "TRVNewsCtrlView");
         for (const int list : {news::kModeCategory, news::kModeSymbol, news::kModeRelation, news::kModeAllNews}) {
             m_view->SwitchFunction(list);

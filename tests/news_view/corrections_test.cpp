@@ -12,7 +12,7 @@ using host::ui::Date;
 
 class CorrectionsTest : public NewsViewTest {
 protected:
-    void conditions(std::vector<RelationCondition> list) { m_view->RelationConditions() = std::move(list); }
+    void conditions(std::vector<RelationCondition> list) { m_view->SetRelationConditions(std::move(list)); }
     // A view with the relation list and a condition that keeps headlines naming TSMC.
     void createRelationView() {
         Options options;

@@ -105,7 +105,7 @@ TEST_F(RecoveryTest, ADateAnswerRebuildsTheRelationListWithTodaysRelatedNewsWhil
     Options options;
     options.showNormalSearch = true;
     createBareView(options);
-    m_view->RelationConditions() = {RelationCondition{2, {-999}, {"TSMC"}}};
+    m_view->SetRelationConditions({RelationCondition{2, {-999}, {"TSMC"}}});
     m_view->InitialViewInfo(&m_cfg, "Layout", 0, 0, "TRVNewsCtrlView");
     m_view->SwitchFunction(news::kModeRelation);
     ASSERT_EQ(seqs(news::kModeRelation), std::vector<std::int32_t>{1});

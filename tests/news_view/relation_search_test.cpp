@@ -14,7 +14,7 @@ protected:
         headline.m_iCategory = category;
         return m_view->CheckIsRelationSearch(headline, category, symbol);
     }
-    void conditions(std::vector<RelationCondition> list) { m_view->RelationConditions() = std::move(list); }
+    void conditions(std::vector<RelationCondition> list) { m_view->SetRelationConditions(std::move(list)); }
 };
 
 TEST_F(RelationSearchTest, NoConditionsMatchesNothing) {
