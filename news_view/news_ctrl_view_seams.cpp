@@ -8,7 +8,3 @@
 void TRVNewsCtrlView::OnRelationSearchDlg() {
     // Opens the keyword-set dialog once it exists.
 }
-
-void TRVNewsCtrlView::OnWarningSearchDlg() {
-    // Opens the warning-term dialog once it exists.
-}

@@ -109,6 +109,15 @@ void TermSettings::setColorScheme(const QString& scheme) {
     m_store.SetViewInfo(kSection, 0, 0, kWindowKey, "colorScheme", scheme.toStdString());
 }
 
+bool TermSettings::alertBeep() const {
+    CString value;
+    return m_store.GetViewInfo(kSection, 0, 0, kWindowKey, "alertBeep", value) && value == "1";
+}
+
+void TermSettings::setAlertBeep(bool on) {
+    m_store.SetViewInfo(kSection, 0, 0, kWindowKey, "alertBeep", on ? "1" : "0");
+}
+
 QString TermSettings::symbol() const {
     CString value;
     return m_store.GetViewInfo(kSection, 0, 0, kWindowKey, "symbol", value) ? QString::fromStdString(value) : QString();

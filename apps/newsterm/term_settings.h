@@ -35,6 +35,9 @@ public:
     void setLanguage(const QString& language);
     QString colorScheme() const; // empty when never chosen
     void setColorScheme(const QString& scheme);
+    // Whether a warning-term hit beeps (off unless the user turned it on).
+    bool alertBeep() const;
+    void setAlertBeep(bool on);
     QString symbol() const; // the terminal's current symbol; empty when never chosen
     void setSymbol(const QString& symbol);
     const QString& path() const { return m_path; }

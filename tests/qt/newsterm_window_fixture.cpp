@@ -2,6 +2,8 @@
 
 #include <QApplication>
 #include <QDateTime>
+#include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QGuiApplication>
 #include <QTableView>
@@ -32,6 +34,21 @@ const QDate NewstermWindowTest::kToday(2024, 5, 15);
 namespace {
 
 constexpr int kSecondsPerDay = 24 * 60 * 60;
+
+// Copies a folder with everything in it.
+void copyTree(const QString& from, const QString& to) {
+    QDir().mkpath(to);
+    QDirIterator it(from, QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        const QString target = to + path.mid(from.size());
+        if (it.fileInfo().isDir()) {
+            QDir().mkpath(target);
+        } else {
+            QFile::copy(path, target);
+        }
+    }
+}
 
 // Local time (the tests run with TZ=Asia/Taipei, as the view and the back end read it).
 std::int64_t localSeconds(QDate day, int hour) {
@@ -133,6 +150,14 @@ void NewstermWindowTest::SetUp() {
     options.dataDir = m_dir.filePath(QStringLiteral("data"));
     options.language = QStringLiteral("zh-TW");
     options.resourcesDir = QStringLiteral(NEWS_RESOURCES_DIR);
+    if (const QByteArray ini = applicationIni(); !ini.isEmpty()) {
+        // A copy of the shipped resources with the test's own switches.
+        options.resourcesDir = m_dir.filePath(QStringLiteral("resources"));
+        copyTree(QStringLiteral(NEWS_RESOURCES_DIR), options.resourcesDir);
+        QFile file(options.resourcesDir + QStringLiteral("/Application.ini"));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(ini);
+    }
     m_session = std::make_unique<newsterm::BackendSession>(options, *m_dispatcher, m_clock);
     const QStringList problems = m_session->start();
     ASSERT_TRUE(problems.isEmpty()) << qPrintable(problems.join(QLatin1Char('\n')));

@@ -69,6 +69,8 @@ protected:
 
     void SetUp() override;
     void TearDown() override;
+    // The host's switches file for this test; empty: the shipped one.
+    virtual QByteArray applicationIni() const { return {}; }
 
     // Every headline of the feed.
     static const std::vector<FeedHeadline>& feed();
