@@ -63,11 +63,11 @@ public:
 
     // What one push did to the table, so the caller can apply the same change to its grid.
     struct PushResult {
-        bool resent = false;           // the headline was already in the list (same service, number, day)
-        std::size_t rewrittenRow = 0;  // resent: the old row, rewritten before the move
-        std::size_t removedRow = 0;    // resent: row deleted after the top insert (counted after it)
-        bool removed = false;          // resent: whether a later duplicate was found and removed
-        std::size_t insertedRow = 0;   // row of the new entry (0 for a resent headline)
+        bool resent = false;          // the headline was already in the list (same service, number, day)
+        std::size_t rewrittenRow = 0; // resent: the old row, rewritten before the move
+        std::size_t removedRow = 0;   // resent: row deleted after the top insert (counted after it)
+        bool removed = false;         // resent: whether a later duplicate was found and removed
+        std::size_t insertedRow = 0;  // row of the new entry (0 for a resent headline)
 
         bool operator==(const PushResult&) const = default;
     };

@@ -53,7 +53,7 @@ const host::MessageMap<CWarnTermConfigDlg>& CWarnTermConfigDlg::GetMessageMap() 
     using Map = host::MessageMap<CWarnTermConfigDlg>;
     using T = CWarnTermConfigDlg;
     static const Map map{
-        Map::command<&T::OnClickAnd>(kIdAnd),         Map::command<&T::OnClickOr>(kIdOr),
+        Map::command<&T::OnClickAnd>(kIdAnd),           Map::command<&T::OnClickOr>(kIdOr),
         Map::command<&T::OnClickHeadline>(kIdHeadline), Map::command<&T::OnClickStory>(kIdStory),
         Map::command<&T::OnClickBoth>(kIdBoth),
     };

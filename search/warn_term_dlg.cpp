@@ -206,9 +206,9 @@ void CWarnTermDlg::OnOK() {
         m_chosen.m_byMethod = item.m_byMethod;
     }
     // A choice that no stored item equals (its method or scope read differently) joins the list.
-    if (!m_chosen.m_vKeywords.empty() &&
-        std::none_of(m_vItems.begin(), m_vItems.end(),
-                     [this](const CSearch& stored) { return CAdvSearchDlg::bIsSameSearch(stored, m_chosen); })) {
+    if (!m_chosen.m_vKeywords.empty() && std::none_of(m_vItems.begin(), m_vItems.end(), [this](const CSearch& stored) {
+            return CAdvSearchDlg::bIsSameSearch(stored, m_chosen);
+        })) {
         m_vItems.push_back(m_chosen);
     }
     m_iChosenNumber = row + 1;

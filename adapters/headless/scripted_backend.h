@@ -286,7 +286,7 @@ private:
     std::map<Key, CNewsSymLst> m_related;
     std::map<TableKey, std::vector<CHeadlineTable>> m_tables;
     std::map<TableKey, std::uint64_t> m_tableStamps; // bumped on every change of a table
-    std::uint64_t m_lastStamp = 1; // 1: the stamp of a table never set
+    std::uint64_t m_lastStamp = 1;                   // 1: the stamp of a table never set
     LanguageTable m_language;
     std::map<unsigned char, bool> m_simplified;
     std::map<CString, CString> m_conversion;

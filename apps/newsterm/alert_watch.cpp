@@ -81,8 +81,8 @@ void AlertWatch::RecvNewHeadLine(const CHeadline* headline, const CString& /*cat
         // the rest when the search answers.
         if (BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface()) {
             CStory held;
-            if (bk->BKQNEWS_bGetStory(held, CHeadlineTable{headline->m_byService, headline->m_tTime,
-                                                          headline->m_iSeqNo, 0, 0})) {
+            if (bk->BKQNEWS_bGetStory(
+                    held, CHeadlineTable{headline->m_byService, headline->m_tTime, headline->m_iSeqNo, 0, 0})) {
                 story = held.m_strText;
             }
         }

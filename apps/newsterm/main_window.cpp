@@ -89,7 +89,8 @@ MainWindow::MainWindow(qthost::QtUiHost& ui, BackendSession& session, TermSettin
     m_recovered->setObjectName(QStringLiteral("recoveredCount"));
     statusBar()->addPermanentWidget(m_recovered);
     m_flash = std::make_unique<FlashLine>(m_ui, this, statusBar());
-    m_alerts = new AlertWatch(this, [] { return newsView(); }, [] { QApplication::beep(); });
+    m_alerts = new AlertWatch(
+        this, [] { return newsView(); }, [] { QApplication::beep(); });
     m_alerts->setBeepOn(m_settings.alertBeep());
     if (TRVNewsCtrlView* news = newsView()) {
         // The story window steps back behind other applications while the terminal is inactive.

@@ -65,7 +65,7 @@ private:
     QString m_language;
     std::unique_ptr<ViewHost> m_view;
     std::unique_ptr<FlashLine> m_flash;
-    AlertWatch* m_alerts = nullptr; // a child of this window
+    AlertWatch* m_alerts = nullptr;  // a child of this window
     QLineEdit* m_symbol = nullptr;   // owned by the toolbar
     QLabel* m_recovered = nullptr;   // owned by the status bar
     QAction* m_connected = nullptr;  // owned by the toolbar

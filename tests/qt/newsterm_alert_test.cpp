@@ -124,14 +124,25 @@ TEST_F(NewstermAlertTest, AnItemIsMadeAndChosenAndItsHitsAreCountedOnTheTabUntil
     watch.RecvNewHeadLine(&hit, "1", "");
     EXPECT_EQ(watch.unseenHits(), 2);
     EXPECT_EQ(tabBar()->tabText(tabOf(news::kModeWarningSearch)), QStringLiteral("警示新聞 (2)"));
+    const QString shots = QString::fromLocal8Bit(qgetenv("NEWS_WARNTERM_TAB_SHOT"));
+    if (!shots.isEmpty()) {
+        qttest::drainEvents();
+        window().grab().save(shots + QStringLiteral("-count.png"), "PNG");
+    }
     clickTab(news::kModeWarningSearch);
-    EXPECT_TRUE(waitUntil([&] { return tabBar()->tabText(tabOf(news::kModeWarningSearch)) == QStringLiteral("警示新聞"); }));
+    EXPECT_TRUE(
+        waitUntil([&] { return tabBar()->tabText(tabOf(news::kModeWarningSearch)) == QStringLiteral("警示新聞"); }));
+    if (!shots.isEmpty()) {
+        qttest::drainEvents();
+        window().grab().save(shots + QStringLiteral("-hits.png"), "PNG");
+    }
     EXPECT_EQ(watch.unseenHits(), 0);
 
     // The beep is off until the user turns it on.
     EXPECT_FALSE(watch.beepOn());
     int beeps = 0;
-    newsterm::AlertWatch counting(nullptr, [this] { return &view(); }, [&beeps] { ++beeps; });
+    newsterm::AlertWatch counting(
+        nullptr, [this] { return &view(); }, [&beeps] { ++beeps; });
     counting.RecvNewHeadLine(&hit, "1", "");
     counting.setBeepOn(true);
     counting.RecvNewHeadLine(&hit, "1", "");
