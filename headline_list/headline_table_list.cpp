@@ -1,6 +1,7 @@
 #include "headline_list/headline_table_list.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cassert>
 #include <limits>
 
@@ -323,13 +324,30 @@ struct HeadlineTableList::Impl {
     }
 };
 
-HeadlineTableList::HeadlineTableList() : m_impl(std::make_unique<Impl>()) {}
+namespace {
+// Versions of every list come from one counter, so no two lists ever share one.
+std::uint64_t nextVersion() {
+    static std::atomic<std::uint64_t> counter{0};
+    return counter.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+} // namespace
+
+HeadlineTableList::HeadlineTableList() : m_impl(std::make_unique<Impl>()), m_version(nextVersion()) {}
 HeadlineTableList::~HeadlineTableList() = default;
-HeadlineTableList::HeadlineTableList(HeadlineTableList&&) noexcept = default;
-HeadlineTableList& HeadlineTableList::operator=(HeadlineTableList&&) noexcept = default;
+HeadlineTableList::HeadlineTableList(HeadlineTableList&& other) noexcept
+    : m_impl(std::move(other.m_impl)), m_version(nextVersion()) {
+    other.m_version = nextVersion();
+}
+HeadlineTableList& HeadlineTableList::operator=(HeadlineTableList&& other) noexcept {
+    m_impl = std::move(other.m_impl);
+    m_version = nextVersion();
+    other.m_version = nextVersion();
+    return *this;
+}
 
 // A moved-from list has no Impl; it reads as empty and gets a fresh one on its next change.
 HeadlineTableList::Impl& HeadlineTableList::impl() {
+    m_version = nextVersion();
     if (!m_impl) {
         m_impl = std::make_unique<Impl>();
     }
@@ -456,6 +474,14 @@ std::optional<std::size_t> HeadlineTableList::findFirstByKey(unsigned char servi
         id = d.records[id].nextSameDay;
     }
     return id == kNone ? std::nullopt : std::optional(d.rowOf(id));
+}
+
+std::optional<std::size_t> HeadlineTableList::findFirstSameSeq(unsigned char service, std::int32_t seqNo) const {
+    if (!m_impl) {
+        return std::nullopt;
+    }
+    const std::uint32_t id = m_impl->seqHead(service, seqNo);
+    return id == kNone ? std::nullopt : std::optional(m_impl->rowOf(id));
 }
 
 std::optional<std::size_t> HeadlineTableList::findSameDay(unsigned char service, std::int32_t seqNo,

@@ -51,6 +51,8 @@ public:
 
     // First row whose entry has this service, time and sequence number.
     std::optional<std::size_t> findFirstByKey(unsigned char service, std::int64_t time, std::int32_t seqNo) const;
+    // First row with this service and sequence number, of whatever day.
+    std::optional<std::size_t> findFirstSameSeq(unsigned char service, std::int32_t seqNo) const;
     // First row with this service and sequence number whose time falls on the same local
     // calendar day as time.
     std::optional<std::size_t> findSameDay(unsigned char service, std::int32_t seqNo, std::int64_t time) const;
@@ -61,11 +63,11 @@ public:
 
     // What one push did to the table, so the caller can apply the same change to its grid.
     struct PushResult {
-        bool resent = false;           // the headline was already in the list (same service, number, day)
-        std::size_t rewrittenRow = 0;  // resent: the old row, rewritten before the move
-        std::size_t removedRow = 0;    // resent: row deleted after the top insert (counted after it)
-        bool removed = false;          // resent: whether a later duplicate was found and removed
-        std::size_t insertedRow = 0;   // row of the new entry (0 for a resent headline)
+        bool resent = false;          // the headline was already in the list (same service, number, day)
+        std::size_t rewrittenRow = 0; // resent: the old row, rewritten before the move
+        std::size_t removedRow = 0;   // resent: row deleted after the top insert (counted after it)
+        bool removed = false;         // resent: whether a later duplicate was found and removed
+        std::size_t insertedRow = 0;  // row of the new entry (0 for a resent headline)
 
         bool operator==(const PushResult&) const = default;
     };
@@ -77,8 +79,15 @@ public:
     // Heap bytes held by the list (entries and indexes), for memory budgets.
     std::size_t bytesUsed() const;
 
+    // A stamp that changes with every change of the list and is never shared by two lists
+    // (a list moved into another takes a new one), so whoever keeps a stamp can tell that
+    // nothing touched the list since.
+    std::uint64_t version() const { return m_version; }
+
 private:
     struct Impl;
+    // The list's state for a change: takes a new version first.
     Impl& impl();
     std::unique_ptr<Impl> m_impl;
+    std::uint64_t m_version;
 };

@@ -143,21 +143,46 @@ void TRVNewsCtrlView::ProcessNewSearchHeadline(CSearch& condition, CSuperSheetWn
     if (condition.m_vKeywords.size() >= 2 && condition.m_byMethod == CSearch::kMethodUnset) {
         condition.m_byMethod = CSearch::kMethodAnd;
     }
-    bk->BKQNEWS_bSearchNews(headline.m_byService, m_iCurrFunction, condition);
+    const unsigned char service = headline.m_byService;
+    const int kind = m_iCurrFunction;
+    bk->BKQNEWS_bSearchNews(service, kind, condition);
+
     // Kept as the list has always worked: the table becomes the pushing service's cached
-    // results, and the pushed headline is inserted where that service's copy of it stands.
-    std::vector<CHeadlineTable> entries;
-    bk->BKQNEWS_iGetHeadlineTable(headline.m_byService, entries, m_iCurrFunction, key);
-    table.assign(entries);
-    table.sortNewestFirst();
-    for (std::size_t p = 0; p < table.size(); ++p) {
-        const CHeadlineTable entry = table[p];
-        if (entry.m_byService == headline.m_byService && entry.m_iSeqNo == headline.m_iSeqNo) {
-            table.insert(p, CHeadlineTable{headline.m_byService, headline.m_tTime, headline.m_iSeqNo});
-            vInsertHeadline(grid, headline, true, p);
-            return;
+    // results, newest first, and the pushed headline is inserted where that service's copy of
+    // it stands. Re-reading and sorting the results on every push costs the whole table, so
+    // the view keeps sorted results by service with the back end's stamp of what they were
+    // made from: the table itself, once the entry the previous push inserted is taken out
+    // again (when nothing else changed it since), and the results of the other services that
+    // pushed before. Results whose stamp still holds are used as they are.
+    const std::uint64_t stamp = bk->BKQNEWS_ullGetHeadlineTableStamp(service, kind, key);
+    SearchPushState& last = m_searchPush;
+    const auto usable = [&](std::uint64_t keptStamp, int keptKind, const CString& keptKey) {
+        return stamp != 0 && keptStamp == stamp && keptKind == kind && keptKey == key;
+    };
+    const bool intact = last.table == &table && last.tableVersion == table.version() && last.stamp != 0;
+    if (intact && last.insertedRow) {
+        table.erase(*last.insertedRow);
+    }
+    if (!(intact && last.service == service && usable(last.stamp, last.kind, last.key))) {
+        if (intact) {
+            m_searchPushKept[last.service] = KeptSearchResults{std::move(table), last.stamp, last.kind, last.key};
+        }
+        const auto kept = m_searchPushKept.find(service);
+        if (kept != m_searchPushKept.end() && usable(kept->second.stamp, kept->second.kind, kept->second.key)) {
+            table = std::move(kept->second.sorted);
+            m_searchPushKept.erase(kept);
+        } else {
+            std::vector<CHeadlineTable> entries;
+            bk->BKQNEWS_iGetHeadlineTable(service, entries, kind, key);
+            table.assignNewestFirst(std::move(entries));
         }
     }
+    const std::optional<std::size_t> row = table.findFirstSameSeq(service, headline.m_iSeqNo);
+    if (row) {
+        table.insert(*row, CHeadlineTable{service, headline.m_tTime, headline.m_iSeqNo});
+        vInsertHeadline(grid, headline, true, *row);
+    }
+    last = SearchPushState{&table, table.version(), service, kind, key, stamp, row};
 }
 
 // ---- A new symbol for the shown search ----

@@ -543,4 +543,26 @@ private:
     CString m_strSearchText;
     CString m_strPrevSearchText;
     RelationMatcher m_relation; // the ticked key sets, ready for the relation test
+    // What the last pushed headline made of a search table (ProcessNewSearchHeadline): the
+    // table and its version afterwards, the back end's results it was made from (service,
+    // kind, key and stamp) and the row of the entry the push inserted.
+    struct SearchPushState {
+        const HeadlineTableList* table = nullptr;
+        std::uint64_t tableVersion = 0;
+        unsigned char service = 0;
+        int kind = 0;
+        CString key;
+        std::uint64_t stamp = 0;
+        std::optional<std::size_t> insertedRow;
+    };
+    SearchPushState m_searchPush;
+    // Sorted search results of the services that pushed before the last one, by service, with
+    // the stamp, kind and key they were read under.
+    struct KeptSearchResults {
+        HeadlineTableList sorted;
+        std::uint64_t stamp = 0;
+        int kind = 0;
+        CString key;
+    };
+    std::map<unsigned char, KeptSearchResults> m_searchPushKept;
 };

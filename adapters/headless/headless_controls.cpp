@@ -317,6 +317,12 @@ CString HeadlessTabStrip::itemCaption(int index) const {
     return index >= 0 && index < itemCount() ? m_items[static_cast<std::size_t>(index)].caption : CString{};
 }
 
+void HeadlessTabStrip::setItemCaption(int index, const CString& caption) {
+    if (index >= 0 && index < itemCount()) {
+        m_items[static_cast<std::size_t>(index)].caption = caption;
+    }
+}
+
 Rect HeadlessTabStrip::itemRect(int index) const {
     if (index < 0 || index >= itemCount()) {
         return {};

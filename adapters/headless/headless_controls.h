@@ -133,6 +133,7 @@ public:
     int itemCount() const override { return static_cast<int>(m_items.size()); }
     std::intptr_t itemData(int index) const override;
     CString itemCaption(int index) const override;
+    void setItemCaption(int index, const CString& caption) override;
     // Tabs sit side by side from the left, each as wide as its caption plus 12 pixels.
     host::ui::Rect itemRect(int index) const override;
     int curSel() const override { return m_curSel; }

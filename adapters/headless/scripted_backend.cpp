@@ -190,6 +190,7 @@ void ScriptedBackend::appendUnique(unsigned char service, int kind, const CStrin
     std::vector<CHeadlineTable>& entries = m_tables[TableKey{service, kind, key}];
     if (std::none_of(entries.begin(), entries.end(), [&](const CHeadlineTable& e) { return bSameKey(e, entry); })) {
         entries.push_back(entry);
+        m_tableStamps[TableKey{service, kind, key}] = ++m_lastStamp;
     }
 }
 
@@ -229,6 +230,13 @@ void ScriptedBackend::setRelatedSymbols(const CHeadlineTable& entry, const std::
 void ScriptedBackend::setTable(unsigned char service, int kind, const CString& key,
                                const std::vector<CHeadlineTable>& entries) {
     m_tables[TableKey{service, kind, key}] = entries;
+    m_tableStamps[TableKey{service, kind, key}] = ++m_lastStamp;
+}
+
+std::uint64_t ScriptedBackend::BKQNEWS_ullGetHeadlineTableStamp(unsigned char service, int kind, const CString& key) {
+    // A table never set has the stamp of an empty table that has not changed yet.
+    const auto it = m_tableStamps.find(TableKey{service, kind, key});
+    return it != m_tableStamps.end() ? it->second : 1;
 }
 
 const std::vector<CHeadlineTable>* ScriptedBackend::table(unsigned char service, int kind, const CString& key) const {

@@ -54,7 +54,7 @@ private:
 // Ownership: the test owns it; install() makes it the process's back end and symbol search
 // until uninstall() or destruction. Thread: UI thread. Re-entrancy: receivers may call back
 // into the back end, and may register or unregister receivers, while a delivery runs.
-class ScriptedBackend final : public BKQuoteInterface {
+class ScriptedBackend : public BKQuoteInterface {
 public:
     using TableKind = BKQuoteInterface::TableKind;
 
@@ -201,6 +201,7 @@ public:
     bool BKQNEWS_bReCoverHeadline(unsigned char service, std::vector<CHeadline>& headlines,
                                   const std::vector<CHeadlineTable>& entries) override;
     bool BKQNEWS_bSearchNews(unsigned char service, int kind, const CSearch& condition) override;
+    std::uint64_t BKQNEWS_ullGetHeadlineTableStamp(unsigned char service, int kind, const CString& key) override;
     bool BKNEWS_GetSymbolListBySeqNo(CNewsSymLst& symbols, const CHeadlineTable& entry) override;
     bool BKQbGetSymbolMemory(CMemoryInfo& memory, unsigned char service, const CString& code) override;
     bool BKQbReRequestSymbolMemory(unsigned char service, const CString& code) override;
@@ -284,6 +285,8 @@ private:
     std::map<Key, CStory> m_partialStories;
     std::map<Key, CNewsSymLst> m_related;
     std::map<TableKey, std::vector<CHeadlineTable>> m_tables;
+    std::map<TableKey, std::uint64_t> m_tableStamps; // bumped on every change of a table
+    std::uint64_t m_lastStamp = 1;                   // 1: the stamp of a table never set
     LanguageTable m_language;
     std::map<unsigned char, bool> m_simplified;
     std::map<CString, CString> m_conversion;

@@ -206,6 +206,18 @@ CString QtTabStrip::itemCaption(int index) const {
     return CString(bytes.constData(), static_cast<std::size_t>(bytes.size()));
 }
 
+void QtTabStrip::setItemCaption(int index, const CString& caption) {
+    if (index < 0 || index >= itemCount()) {
+        return;
+    }
+    QVariantList stored = tabs()->tabData(index).toList();
+    if (stored.size() == 2) {
+        stored[1] = QByteArray(caption.data(), static_cast<qsizetype>(caption.size()));
+        tabs()->setTabData(index, stored);
+    }
+    tabs()->setTabText(index, toQString(caption));
+}
+
 host::ui::Rect QtTabStrip::itemRect(int index) const {
     return toHostRect(tabs()->tabRect(index));
 }

@@ -62,6 +62,7 @@ public:
     int itemCount() const override;
     std::intptr_t itemData(int index) const override;
     CString itemCaption(int index) const override;
+    void setItemCaption(int index, const CString& caption) override;
     host::ui::Rect itemRect(int index) const override;
     int curSel() const override;
     void setCurSel(int index) override;

@@ -19,6 +19,7 @@
 #include "adapters/qt/dialog_service.h"
 #include "adapters/qt/qt_ui_host.h"
 #include "adapters/qt/text_codec.h"
+#include "apps/newsterm/alert_watch.h"
 #include "apps/newsterm/backend_session.h"
 #include "apps/newsterm/color_scheme.h"
 #include "apps/newsterm/flash_line.h"
@@ -97,6 +98,9 @@ MainWindow::MainWindow(qthost::QtUiHost& ui, BackendSession& session, TermSettin
     m_recovered->setObjectName(QStringLiteral("recoveredCount"));
     statusBar()->addPermanentWidget(m_recovered);
     m_flash = std::make_unique<FlashLine>(m_ui, this, statusBar());
+    m_alerts = new AlertWatch(
+        this, [] { return newsView(); }, [] { QApplication::beep(); });
+    m_alerts->setBeepOn(m_settings.alertBeep());
     if (TRVNewsCtrlView* news = newsView()) {
         // The story window steps back behind other applications while the terminal is inactive.
         news->SetPopupFollowApp(true);
@@ -181,6 +185,16 @@ void MainWindow::buildMenus() {
     onTop->setCheckable(true);
     onTop->setChecked(CSyncInfo::Get().SYS_eGetPopupWndPosition() != 1);
     connect(onTop, &QAction::toggled, this, [this](bool checked) { setStoryWindowOnTop(checked); });
+    QAction* beep = viewMenu->addAction(text("警示新聞響鈴", "Beep on alert news"));
+    beep->setObjectName(QStringLiteral("alertBeep"));
+    beep->setCheckable(true);
+    beep->setChecked(m_settings.alertBeep());
+    connect(beep, &QAction::toggled, this, [this](bool checked) {
+        m_settings.setAlertBeep(checked);
+        if (m_alerts != nullptr) {
+            m_alerts->setBeepOn(checked);
+        }
+    });
 
     viewMenu->addSeparator();
     // Ctrl+= is Ctrl+plus without Shift on keyboards where plus shares the key with equals.

@@ -15,6 +15,7 @@ class QtUiHost;
 namespace newsterm {
 
 class BackendSession;
+class AlertWatch;
 class FlashLine;
 class StatusPanel;
 class TermSettings;
@@ -36,6 +37,7 @@ public:
     QString saveSettings();
     StatusPanel& statusPanel() const { return *m_status; }
     FlashLine& flashLine() { return *m_flash; }
+    AlertWatch& alertWatch() { return *m_alerts; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -71,6 +73,7 @@ private:
     QString m_language;
     std::unique_ptr<ViewHost> m_view;
     std::unique_ptr<FlashLine> m_flash;
+    AlertWatch* m_alerts = nullptr;  // a child of this window
     QLineEdit* m_symbol = nullptr;   // owned by the toolbar
     QLabel* m_recovered = nullptr;   // owned by the status bar
     QAction* m_connected = nullptr;  // owned by the toolbar

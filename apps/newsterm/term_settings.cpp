@@ -124,6 +124,15 @@ void TermSettings::setFontPercent(int percent) {
     m_store.SetViewInfo(kSection, 0, 0, kWindowKey, "fontPercent", std::to_string(percent));
 }
 
+bool TermSettings::alertBeep() const {
+    CString value;
+    return m_store.GetViewInfo(kSection, 0, 0, kWindowKey, "alertBeep", value) && value == "1";
+}
+
+void TermSettings::setAlertBeep(bool on) {
+    m_store.SetViewInfo(kSection, 0, 0, kWindowKey, "alertBeep", on ? "1" : "0");
+}
+
 QString TermSettings::symbol() const {
     CString value;
     return m_store.GetViewInfo(kSection, 0, 0, kWindowKey, "symbol", value) ? QString::fromStdString(value) : QString();

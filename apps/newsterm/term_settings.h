@@ -39,6 +39,10 @@ public:
     // never chosen or not a number.
     int fontPercent() const;
     void setFontPercent(int percent);
+
+    // Whether a warning-term hit beeps (off unless the user turned it on).
+    bool alertBeep() const;
+    void setAlertBeep(bool on);
     QString symbol() const; // the terminal's current symbol; empty when never chosen
     void setSymbol(const QString& symbol);
     const QString& path() const { return m_path; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "host/backend/news_records.h"
@@ -47,6 +48,13 @@ public:
                                           const std::vector<CHeadlineTable>& entries) = 0;
     virtual bool BKQNEWS_bSearchNews(unsigned char service, int kind, const CSearch& condition) = 0;
     virtual bool BKNEWS_GetSymbolListBySeqNo(CNewsSymLst& symbols, const CHeadlineTable& entry) = 0;
+    // A stamp of the cached table (key form) that changes whenever its content does, so a caller
+    // that keeps a copy can tell, without reading the table, that its copy is still the table.
+    // 0 means the back end keeps no stamp for that table: read it every time.
+    virtual std::uint64_t BKQNEWS_ullGetHeadlineTableStamp(unsigned char /*service*/, int /*kind*/,
+                                                           const CString& /*key*/) {
+        return 0;
+    }
 
     // --- Services, dates, categories ---
     virtual bool BKQNEWS_bGetAllNewsService(std::vector<unsigned char>& services) = 0;

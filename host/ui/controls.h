@@ -61,6 +61,8 @@ public:
     virtual int itemCount() const = 0;
     virtual std::intptr_t itemData(int index) const = 0;
     virtual CString itemCaption(int index) const = 0;
+    // Changes the caption of an existing tab; an index outside the strip does nothing.
+    virtual void setItemCaption(int index, const CString& caption) = 0;
     virtual Rect itemRect(int index) const = 0;
     virtual int curSel() const = 0;
     virtual void setCurSel(int index) = 0;

@@ -31,6 +31,11 @@ using qttest::waitUntil;
 
 class NewstermKeySetTest : public qttest::NewstermWindowTest {
 protected:
+    // The relation tab needs its switch; the warning-term tab is off with it (both on would make
+    // every tab load the search list).
+    QByteArray applicationIni() const override {
+        return "[NewsCtrlSearchView]\r\nShowNormalSearch=1\r\nShowWarningSearch=0\r\n";
+    }
     void clickTab(int mode) {
         auto* tabs = widget<QTabBar>(news::kIdTabStrip);
         auto* strip = dynamic_cast<host::ui::TabStrip*>(control(news::kIdTabStrip));

@@ -30,6 +30,11 @@ using qttest::waitUntil;
 
 class NewstermSearchTest : public qttest::NewstermWindowTest {
 protected:
+    // The search tab shows the answers of its searches only with the warning-term tab off:
+    // with it on, every search answer goes to the warning-term list.
+    QByteArray applicationIni() const override {
+        return "[NewsCtrlSearchView]\r\nShowNormalSearch=1\r\nShowWarningSearch=0\r\n";
+    }
     void clickTab(int mode) {
         auto* tabs = widget<QTabBar>(news::kIdTabStrip);
         auto* strip = dynamic_cast<host::ui::TabStrip*>(control(news::kIdTabStrip));

@@ -234,8 +234,8 @@ TEST_F(NewstermWalkthroughTest, TabsSwitchModesAndShowTheControlsOfEach) {
         {news::kModeSymbol, {news::kIdServiceButton, news::kIdServiceCombo, news::kIdSymbolCombo}},
         {news::kModeSearch,
          {news::kIdServiceButton, news::kIdSearchEdit, news::kIdSearchButton, news::kIdDealsSearchButton}},
-        {news::kModeRelation, {news::kIdServiceButton, news::kIdRelationSearchButton}},
         {news::kModeWarrant, {}},
+        {news::kModeWarningSearch, {news::kIdWarningSearchButton}},
     };
     const int rowControls[] = {news::kIdServiceButton,      news::kIdDatePicker,        news::kIdCategoryCombo,
                                news::kIdServiceCombo,       news::kIdSymbolCombo,       news::kIdSearchEdit,

@@ -5,6 +5,8 @@
 #include <QCalendarWidget>
 #include <QDateEdit>
 #include <QDateTime>
+#include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QGuiApplication>
 #include <QStyle>
@@ -41,6 +43,21 @@ const QDate NewstermWindowTest::kToday(2024, 5, 15);
 namespace {
 
 constexpr int kSecondsPerDay = 24 * 60 * 60;
+
+// Copies a folder with everything in it.
+void copyTree(const QString& from, const QString& to) {
+    QDir().mkpath(to);
+    QDirIterator it(from, QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        const QString target = to + path.mid(from.size());
+        if (it.fileInfo().isDir()) {
+            QDir().mkpath(target);
+        } else {
+            QFile::copy(path, target);
+        }
+    }
+}
 
 std::vector<FeedHeadline> makeFeed() {
     std::vector<FeedHeadline> feed;
@@ -151,6 +168,15 @@ QStringList NewstermWindowTest::startTerminal(const TerminalStart& start) {
     options.dataDir = m_dir.filePath(QStringLiteral("data"));
     options.language = start.language;
     options.resourcesDir = QStringLiteral(NEWS_RESOURCES_DIR);
+    if (const QByteArray ini = applicationIni(); !ini.isEmpty()) {
+        // A copy of the shipped resources with the test's own switches.
+        options.resourcesDir = m_dir.filePath(QStringLiteral("resources"));
+        copyTree(QStringLiteral(NEWS_RESOURCES_DIR), options.resourcesDir);
+        QFile file(options.resourcesDir + QStringLiteral("/Application.ini"));
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(ini) != ini.size()) {
+            return {QStringLiteral("cannot write the test's Application.ini")};
+        }
+    }
 
     m_clock.set(start.replayAt);
     m_termClock = std::make_unique<newsterm::TermClock>(m_clock);

@@ -88,6 +88,8 @@ protected:
 
     void SetUp() override;
     void TearDown() override;
+    // The host's switches file for this test; empty: the shipped one.
+    virtual QByteArray applicationIni() const { return {}; }
 
     // Starts the back end and opens the window on the data folder of the test (its settings and
     // store survive a stopTerminal). The problems the session reported on start.
