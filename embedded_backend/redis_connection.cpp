@@ -147,8 +147,7 @@ std::vector<RedisReply> RedisConnection::pipeline(const std::vector<std::vector<
     std::vector<std::size_t> lengths;
     for (const std::vector<std::string>& args : commands) {
         argvOf(args, argv, lengths);
-        if (redisAppendCommandArgv(m_context, static_cast<int>(argv.size()), argv.data(), lengths.data()) !=
-            REDIS_OK) {
+        if (redisAppendCommandArgv(m_context, static_cast<int>(argv.size()), argv.data(), lengths.data()) != REDIS_OK) {
             fail("cannot queue a command for Redis");
             return replies;
         }

@@ -13,7 +13,8 @@ std::string_view stringOf(const redisReply* r) {
 }
 
 // The id and fields of one stream entry of a reply; false when it is not shaped like one.
-bool entryOf(const redisReply* entry, std::string_view& id, std::vector<std::pair<std::string_view, std::string_view>>& fields) {
+bool entryOf(const redisReply* entry, std::string_view& id,
+             std::vector<std::pair<std::string_view, std::string_view>>& fields) {
     fields.clear();
     if (entry == nullptr || entry->type != REDIS_REPLY_ARRAY || entry->elements < 2 ||
         entry->element[0]->type != REDIS_REPLY_STRING) {
@@ -33,8 +34,8 @@ bool entryOf(const redisReply* entry, std::string_view& id, std::vector<std::pai
 FeedEvent linkEvent(FeedEventKind kind) {
     FeedEvent e;
     e.kind = kind;
-    e.time = std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
-                 .count();
+    e.time =
+        std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch()).count();
     return e;
 }
 
@@ -187,8 +188,8 @@ long StreamFeed::readOnce(RedisConnection& connection, bool block) {
             continue;
         }
         const std::string_view key = stringOf(streamReply->element[0]);
-        const auto service = std::find_if(order.begin(), order.end(),
-                                          [&](unsigned char id) { return stream::streamKey(id) == key; });
+        const auto service =
+            std::find_if(order.begin(), order.end(), [&](unsigned char id) { return stream::streamKey(id) == key; });
         if (service == order.end()) {
             continue;
         }
@@ -215,12 +216,12 @@ void StreamFeed::take(RedisConnection& connection, unsigned char service, std::s
     }
     std::string error;
     std::optional<stream::Entry> entry = stream::decode(fields, error);
-    if (!entry || (entry->event.kind == FeedEventKind::Quote ? entry->event.quote.service : entry->event.service) !=
-                      service) {
+    if (!entry ||
+        (entry->event.kind == FeedEventKind::Quote ? entry->event.quote.service : entry->event.service) != service) {
         std::lock_guard lock(m_mutex);
         ++m_stats.bad;
-        m_stats.lastError = "entry " + std::string(id) + " of " + stream::streamKey(service) + " skipped: " +
-                            (entry ? "it names another service" : error);
+        m_stats.lastError = "entry " + std::string(id) + " of " + stream::streamKey(service) +
+                            " skipped: " + (entry ? "it names another service" : error);
         if (!rereading) {
             p.entryId = std::string(id);
             mark(service, out);
@@ -345,7 +346,8 @@ bool StreamFeed::checkRollback(RedisConnection& connection) {
         std::string end = "+";
         bool found = false;
         while (!found) {
-            const RedisReply page = connection.command({"XREVRANGE", stream::streamKey(service), end, "-", "COUNT", "500"});
+            const RedisReply page =
+                connection.command({"XREVRANGE", stream::streamKey(service), end, "-", "COUNT", "500"});
             if (!page) {
                 return false;
             }

@@ -19,15 +19,15 @@ namespace embedded {
 
 struct StreamFeedOptions {
     RedisAddress address;
-    std::vector<unsigned char> services;                      // one stream each
-    std::map<unsigned char, StreamPosition> positions;        // how far the store says each was read
-    bool startConnected = false;                              // the link state the views start with
-    std::chrono::milliseconds block{500};                     // longest wait of one read
-    std::size_t count = 500;                                  // entries per stream and read
-    std::chrono::milliseconds timeout{2000};                  // connecting, and a reply beyond the wait
-    std::chrono::milliseconds firstRetry{100};                // after a failed connection, doubling...
-    std::chrono::milliseconds lastRetry{5000};                // ...up to this
-    std::function<void(const stream::Entry&)> onEntry;        // each new entry, on the feed thread
+    std::vector<unsigned char> services;               // one stream each
+    std::map<unsigned char, StreamPosition> positions; // how far the store says each was read
+    bool startConnected = false;                       // the link state the views start with
+    std::chrono::milliseconds block{500};              // longest wait of one read
+    std::size_t count = 500;                           // entries per stream and read
+    std::chrono::milliseconds timeout{2000};           // connecting, and a reply beyond the wait
+    std::chrono::milliseconds firstRetry{100};         // after a failed connection, doubling...
+    std::chrono::milliseconds lastRetry{5000};         // ...up to this
+    std::function<void(const stream::Entry&)> onEntry; // each new entry, on the feed thread
 };
 
 // The back end's reader of the distribution: reads every service's stream after the last entry
@@ -71,8 +71,7 @@ private:
     long readOnce(RedisConnection& connection, bool block);
     void take(RedisConnection& connection, unsigned char service, std::string_view id, const Fields& fields,
               std::vector<FeedEvent>& out, bool rereading);
-    void reread(RedisConnection& connection, unsigned char service, std::string_view upTo,
-                std::vector<FeedEvent>& out);
+    void reread(RedisConnection& connection, unsigned char service, std::string_view upTo, std::vector<FeedEvent>& out);
     // Finds streams behind their positions and moves the positions back; false on failure.
     bool checkRollback(RedisConnection& connection);
     void mark(unsigned char service, std::vector<FeedEvent>& out) const;

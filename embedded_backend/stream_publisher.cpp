@@ -49,8 +49,7 @@ std::int64_t StreamPublisher::nowMs() const {
     if (m_options.nowMs) {
         return m_options.nowMs();
     }
-    return std::chrono::duration_cast<std::chrono::milliseconds>(
-               std::chrono::system_clock::now().time_since_epoch())
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch())
         .count();
 }
 
@@ -154,18 +153,12 @@ std::vector<std::string> StreamPublisher::xadd(unsigned char service, const stre
 }
 
 std::vector<std::string> StreamPublisher::saveState(unsigned char service, const PublisherState& state) const {
-    return {"HSET",
-            stream::stateKey(service),
-            "n",
-            std::to_string(state.entryNo),
-            "day",
-            std::to_string(state.day),
-            "seq",
-            std::to_string(state.lastSeq),
-            "run",
-            state.run,
-            "src",
-            std::to_string(state.source)};
+    return {"HSET", stream::stateKey(service),
+            "n",    std::to_string(state.entryNo),
+            "day",  std::to_string(state.day),
+            "seq",  std::to_string(state.lastSeq),
+            "run",  state.run,
+            "src",  std::to_string(state.source)};
 }
 
 bool StreamPublisher::commit(unsigned char service, const std::vector<stream::Entry>& entries,

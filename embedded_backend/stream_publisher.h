@@ -16,10 +16,10 @@ namespace embedded {
 
 struct PublisherOptions {
     RedisAddress address;
-    int keepDays = 30;            // entries older than this many days may be trimmed (MINID ~)
-    std::int64_t maxLength = 0;   // > 0: cap each stream near this many entries (MAXLEN ~) instead
+    int keepDays = 30;          // entries older than this many days may be trimmed (MINID ~)
+    std::int64_t maxLength = 0; // > 0: cap each stream near this many entries (MAXLEN ~) instead
     std::chrono::milliseconds timeout{2000};
-    std::size_t retain = 50000;   // entries of each service kept to send again if the server loses them
+    std::size_t retain = 50000; // entries of each service kept to send again if the server loses them
     // Names the source; source positions are only compared within the same run name (a replay
     // file resumes after what it published, a new generator run starts its own count).
     std::string run;

@@ -1,7 +1,5 @@
 // newsfeed: the publisher of the news distribution. Appends the generator's (or a replay
 // file's) events to one Redis stream per service; terminals started with --redis read them.
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -11,6 +9,8 @@
 #include <iostream>
 #include <sstream>
 #include <thread>
+
+#include <unistd.h>
 
 #include "apps/newsfeed/feed_options.h"
 #include "embedded_backend/catalog.h"
@@ -186,13 +186,15 @@ int runReplay(const newsfeed::FeedOptions& o, embedded::StreamPublisher& publish
             continue;
         }
         if (o.speed > 0) {
-            const auto due = begin + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(at / o.speed));
+            const auto due =
+                begin + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(at / o.speed));
             if (due > Clock::now()) {
                 if (!flush()) {
                     return g_stop ? 0 : 1;
                 }
                 while (!g_stop && Clock::now() < due) {
-                    std::this_thread::sleep_for(std::min<Clock::duration>(due - Clock::now(), std::chrono::milliseconds(50)));
+                    std::this_thread::sleep_for(
+                        std::min<Clock::duration>(due - Clock::now(), std::chrono::milliseconds(50)));
                 }
             }
         }

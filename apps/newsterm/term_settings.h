@@ -35,6 +35,9 @@ public:
     void setLanguage(const QString& language);
     QString colorScheme() const; // empty when never chosen
     void setColorScheme(const QString& scheme);
+    // The news distribution to read (HOST:PORT) when the command line names none; empty: none.
+    QString redis() const;
+    void setRedis(const QString& address);
     QString symbol() const; // the terminal's current symbol; empty when never chosen
     void setSymbol(const QString& symbol);
     const QString& path() const { return m_path; }

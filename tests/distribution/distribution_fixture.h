@@ -68,9 +68,9 @@ public:
     // The headlines its store holds (after stop()).
     HeadlineMap stored() const {
         embedded::NewsStore store;
-        const std::int64_t now = std::chrono::duration_cast<std::chrono::seconds>(
-                                     std::chrono::system_clock::now().time_since_epoch())
-                                     .count();
+        const std::int64_t now =
+            std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
+                .count();
         EXPECT_TRUE(store.open((m_folder / "news.db").string(), embedded::OpenMode::KeepExisting, now).ok());
         embedded::LoadedNews loaded;
         EXPECT_TRUE(store.load(30, embedded::localDayOf(now), loaded));

@@ -81,8 +81,8 @@ TEST_F(Distribution, TwoTerminalsReadingOnePublisherKeepTheSameNews) {
     }
     const std::uint64_t published = pub.stats().published;
     ASSERT_EQ(published, events.size());
-    ASSERT_TRUE(drainUntil({&early, &late},
-                           [&] { return early.entries() == published && late.entries() == published; }))
+    ASSERT_TRUE(
+        drainUntil({&early, &late}, [&] { return early.entries() == published && late.entries() == published; }))
         << early.entries() << " and " << late.entries() << " of " << published;
     EXPECT_EQ(early.backend->streamFeedStats().duplicates, 0u);
     EXPECT_EQ(late.backend->streamFeedStats().unrecovered, 0u);
@@ -168,7 +168,8 @@ TEST_F(Distribution, ASlowReaderDoesNotHoldUpThePublisher) {
     reader.start(o, [&](std::vector<embedded::FeedEvent> events) {
         gate.wait();
         for (const embedded::FeedEvent& e : events) {
-            received += e.kind != embedded::FeedEventKind::StreamMark && e.kind != embedded::FeedEventKind::Reconnect ? 1 : 0;
+            received +=
+                e.kind != embedded::FeedEventKind::StreamMark && e.kind != embedded::FeedEventKind::Reconnect ? 1 : 0;
         }
     });
     embedded::StreamPublisher pub = publisher();
@@ -260,7 +261,6 @@ TEST_F(Distribution, ReadersFindHolesAndServersThatLostTheirLastWrites) {
     embedded::RedisConnection admin;
     ASSERT_TRUE(admin.connect(server.address(), std::chrono::seconds(2), error)) << error;
     std::vector<std::string> doomed;
-    std::vector<std::string> tail;
     for (const std::string& key : {embedded::stream::streamKey(16)}) {
         const embedded::RedisReply all = admin.command({"XRANGE", key, "-", "+"});
         for (std::size_t i = 0; i < all.get()->elements; ++i) {
@@ -282,7 +282,8 @@ TEST_F(Distribution, ReadersFindHolesAndServersThatLostTheirLastWrites) {
     // The server loses its last three writes (entries and the publisher's state alike) after
     // the reader had them. The reader goes back to what the stream still has; the publisher
     // sends the three again with their numbers; the reader drops them as seen and goes on.
-    const embedded::RedisReply last = admin.command({"XREVRANGE", embedded::stream::streamKey(16), "+", "-", "COUNT", "3"});
+    const embedded::RedisReply last =
+        admin.command({"XREVRANGE", embedded::stream::streamKey(16), "+", "-", "COUNT", "3"});
     for (std::size_t i = 0; i < last.get()->elements; ++i) {
         admin.command({"XDEL", embedded::stream::streamKey(16),
                        std::string(last.get()->element[i]->element[0]->str, last.get()->element[i]->element[0]->len)});

@@ -1,5 +1,9 @@
 #include "tests/distribution/redis_server.h"
 
+#include <atomic>
+#include <chrono>
+#include <thread>
+
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
@@ -7,10 +11,6 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <atomic>
-#include <chrono>
-#include <thread>
 
 extern char** environ;
 
@@ -94,11 +94,21 @@ bool RedisServer::start(std::string& error) {
         if (first) {
             m_port = freePort();
         }
-        const std::vector<std::string> argv{"redis-server", "--bind",          "127.0.0.1",
-                                            "--port",       std::to_string(m_port), "--dir",
-                                            m_folder.string(), "--save",      "",
-                                            "--appendonly", "yes",           "--protected-mode",
-                                            "yes",          "--daemonize",   "no"};
+        const std::vector<std::string> argv{"redis-server",
+                                            "--bind",
+                                            "127.0.0.1",
+                                            "--port",
+                                            std::to_string(m_port),
+                                            "--dir",
+                                            m_folder.string(),
+                                            "--save",
+                                            "",
+                                            "--appendonly",
+                                            "yes",
+                                            "--protected-mode",
+                                            "yes",
+                                            "--daemonize",
+                                            "no"};
         if (!m_process.start(argv, m_folder / "redis.log")) {
             error = "cannot start redis-server (is it installed? scripts/setup installs it)";
             return false;

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <filesystem>
 #include <string>
 #include <vector>
+
+#include <sys/types.h>
 
 #include "embedded_backend/redis_connection.h"
 

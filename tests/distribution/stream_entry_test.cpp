@@ -110,9 +110,13 @@ TEST(StreamEntry, MalformedEntriesAreRefusedWithAReason) {
     Fields repeated = good;
     repeated.emplace_back("q", "4");
     Fields badSymbols = good;
-    badSymbols.emplace_back("y", "16\x1F" "\x1F" "name"); // a symbol without a code
+    badSymbols.emplace_back("y", "16\x1F"
+                                 "\x1F"
+                                 "name"); // a symbol without a code
     Fields trailing = good;
-    trailing.emplace_back("y", "16\x1F" "2330\x1F" "n\x1E");
+    trailing.emplace_back("y", "16\x1F"
+                               "2330\x1F"
+                               "n\x1E");
 
     const std::vector<std::pair<const char*, Fields>> cases{
         {"entry number zero", with("n", "0")},
@@ -131,8 +135,15 @@ TEST(StreamEntry, MalformedEntriesAreRefusedWithAReason) {
         {"a field twice", repeated},
         {"a symbol without a code", badSymbols},
         {"a trailing symbol separator", trailing},
-        {"a symbol without its market", Fields{{"n", "1"}, {"k", "headline"}, {"s", "1"}, {"t", "1"}, {"q", "1"},
-                                               {"c", "1"}, {"h", "T"}, {"y", "2330\x1F" "name"}}},
+        {"a symbol without its market", Fields{{"n", "1"},
+                                               {"k", "headline"},
+                                               {"s", "1"},
+                                               {"t", "1"},
+                                               {"q", "1"},
+                                               {"c", "1"},
+                                               {"h", "T"},
+                                               {"y", "2330\x1F"
+                                                     "name"}}},
         {"story without text", Fields{{"n", "1"}, {"k", "story"}, {"s", "1"}, {"t", "1"}, {"q", "1"}}},
         {"day that is no date", Fields{{"n", "1"}, {"k", "newday"}, {"s", "1"}, {"t", "1"}, {"d", "20240230"}}},
         {"quote without code", Fields{{"n", "1"}, {"k", "quote"}, {"s", "16"}, {"t", "1"}, {"ql", "100"}}},

@@ -302,6 +302,29 @@ TEST_F(NewstermTrustTest, GeneratedNewsIsMarkedInTheTitleAndTheStatusBar) {
     EXPECT_TRUE(m_window->statusPanel().sourceText().startsWith(QStringLiteral("Generated news")));
 }
 
+TEST_F(NewstermTrustTest, ATerminalOnTheDistributionNamesItAndSaysWhyItIsDisconnected) {
+    m_base.set(QDateTime(QDate(2024, 5, 15), QTime(10, 0)).toSecsSinceEpoch());
+    m_clock = std::make_unique<newsterm::TermClock>(m_base);
+    m_dispatcher = std::make_unique<qthost::QtUiDispatcher>();
+    m_ui = std::make_unique<qthost::QtUiHost>();
+    host::HostContext::current() = host::HostContext{m_ui.get(), m_clock.get(), m_dispatcher.get()};
+    newsterm::TermOptions options;
+    options.dataDir = m_folder.filePath(QStringLiteral("data"));
+    options.language = QStringLiteral("en");
+    options.resourcesDir = QStringLiteral(NEWS_RESOURCES_DIR);
+    options.redis = QStringLiteral("127.0.0.1:1"); // nobody listens there
+    m_session = std::make_unique<newsterm::BackendSession>(options, *m_dispatcher, *m_clock);
+    EXPECT_TRUE(m_session->start().isEmpty());
+    RegisterNewsModule();
+    m_settings = std::make_unique<newsterm::TermSettings>(m_folder.filePath(QStringLiteral("layout.cfg")));
+    m_window = std::make_unique<newsterm::MainWindow>(*m_ui, *m_session, *m_settings, QStringLiteral("en"));
+    EXPECT_FALSE(m_window->windowTitle().contains(QStringLiteral("generated")));
+    EXPECT_EQ(m_window->statusPanel().sourceText(), QStringLiteral("Distribution: 127.0.0.1:1"));
+    EXPECT_EQ(m_window->statusPanel().linkText().trimmed(), QStringLiteral("○ Disconnected"));
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return m_session->distributionProblem().contains(QStringLiteral("cannot reach Redis")); }, 10000));
+}
+
 // The list stays put while the user reads further down: new headlines arriving at the top do
 // not move the rows on screen. Back at the top, new headlines show as they come.
 TEST_F(NewstermTrustTest, TheListStaysPutWhileScrolledAwayFromTheTop) {
