@@ -247,6 +247,90 @@ void BM_DistributionToManyTerminals(benchmark::State& state) {
     }
 }
 
+// The distribution alone: the same publisher and rate, readers that decode every entry and
+// drop it (no ingest, no store, no view). On one machine the full terminals above share two
+// cores with each other's stores; this shows what the server and the readers themselves cost.
+void BM_DistributionTransportOnly(benchmark::State& state) {
+    const auto readers = static_cast<std::size_t>(state.range(0));
+    const auto rate = static_cast<double>(state.range(1));
+    constexpr double kSeconds = 5;
+    for (auto _ : state) {
+        distribution::test::RedisServer server;
+        std::string error;
+        if (!server.start(error)) {
+            state.SkipWithError(error.c_str());
+            return;
+        }
+        embedded::Catalog catalog;
+        catalog.loadBuiltIn();
+        std::mutex mutex;
+        std::vector<std::int64_t> delays;
+        std::vector<std::unique_ptr<embedded::StreamFeed>> feeds;
+        std::atomic<std::uint64_t> read{0};
+        for (std::size_t i = 0; i < readers; ++i) {
+            embedded::StreamFeedOptions o;
+            o.address = server.address();
+            o.services = catalog.serviceIds();
+            o.onEntry = [&](const embedded::stream::Entry& e) {
+                const std::int64_t delay = wallMicros() - e.publishedMs * 1000;
+                std::lock_guard lock(mutex);
+                delays.push_back(delay);
+            };
+            feeds.push_back(std::make_unique<embedded::StreamFeed>());
+            feeds.back()->start(o, [&](std::vector<embedded::FeedEvent> events) { read += events.size(); });
+        }
+        embedded::PublisherOptions p;
+        p.address = server.address();
+        p.run = "transport";
+        embedded::StreamPublisher publisher(p);
+        publisher.connect(error);
+        embedded::GeneratorOptions g;
+        g.startTime = wallMicros() / 1000000;
+        embedded::NewsGenerator generator(g);
+        const auto begin = Clock::now();
+        std::uint64_t made = 0;
+        std::int64_t source = 0;
+        while (std::chrono::duration<double>(Clock::now() - begin).count() < kSeconds) {
+            const auto due =
+                static_cast<std::uint64_t>(std::chrono::duration<double>(Clock::now() - begin).count() * rate);
+            std::vector<embedded::FeedEvent> batch;
+            while (made < due) {
+                batch.push_back(generator.next());
+                ++made;
+            }
+            if (!batch.empty() && !publisher.publish(batch, source, error)) {
+                state.SkipWithError(error.c_str());
+                return;
+            }
+            source += static_cast<std::int64_t>(batch.size());
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        const double publishSeconds = std::chrono::duration<double>(Clock::now() - begin).count();
+        const std::uint64_t published = publisher.stats().published;
+        const auto stopped = Clock::now();
+        for (const auto& f : feeds) {
+            while (f->stats().entries < published && Clock::now() - stopped < std::chrono::seconds(60)) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            }
+        }
+        const double catchupMs = std::chrono::duration<double, std::milli>(Clock::now() - stopped).count();
+        feeds.clear();
+        std::sort(delays.begin(), delays.end());
+        const auto percentile = [&](double q) {
+            return delays.empty()
+                       ? 0.0
+                       : static_cast<double>(
+                             delays[std::min(delays.size() - 1, static_cast<std::size_t>(q * delays.size()))]) /
+                             1000.0;
+        };
+        // The publisher stamps whole milliseconds: delays are good to about a millisecond.
+        state.counters["p50_ms"] = percentile(0.50);
+        state.counters["p99_ms"] = percentile(0.99);
+        state.counters["rate"] = static_cast<double>(published) / publishSeconds;
+        state.counters["catchup_ms"] = catchupMs;
+    }
+}
+
 // Server memory per million headlines: generated news (stories, late stories, corrections
 // included, as a day of news has them) appended to an empty server.
 void BM_RedisMemoryPerMillionHeadlines(benchmark::State& state) {
@@ -302,5 +386,6 @@ BENCHMARK(BM_DistributionToManyTerminals)
     ->Iterations(1)
     ->Unit(benchmark::kSecond)
     ->UseRealTime();
+BENCHMARK(BM_DistributionTransportOnly)->Args({20, 10000})->Iterations(1)->Unit(benchmark::kSecond)->UseRealTime();
 BENCHMARK(BM_RedisMemoryPerMillionHeadlines)->Arg(200000)->Iterations(1)->Unit(benchmark::kSecond)->UseRealTime();
 BENCHMARK_MAIN();
