@@ -8,6 +8,9 @@
 #include "embedded_backend/news_generator.h"
 #include "tests/distribution/distribution_fixture.h"
 
+#ifndef READER_PROGRAM
+#error "READER_PROGRAM names the back end run alone in a process"
+#endif
 #ifndef NEWSFEED_PROGRAM
 #error "NEWSFEED_PROGRAM names the publisher program"
 #endif
@@ -151,6 +154,64 @@ TEST_F(Distribution, RestartingTheBackEndThePublisherAndTheServerLosesAndDuplica
     // over its two runs.
     EXPECT_EQ(terminal.stored(), streamHeadlines(server.address()));
     EXPECT_EQ(terminal.entries(), total);
+}
+
+TEST_F(Distribution, ABackEndKilledWithoutWarningStartsAgainAfterTheLastNewsItKept) {
+    // The news and the bookmark of how far it was read are written in one transaction: killed
+    // at any moment, the store holds news up to its bookmark and nothing beyond, and the next
+    // start reads on from there.
+    const std::filesystem::path data = folders.path() / "killed";
+    const std::filesystem::path log = server.folder() / "reader.log";
+    ChildProcess feed;
+    ASSERT_TRUE(feed.start({NEWSFEED_PROGRAM, "--redis", server.addressText(), "--rate", "1500"}, log));
+    ChildProcess reader;
+    std::uint64_t published = 0;
+    embedded::RedisConnection admin;
+    std::string error;
+    ASSERT_TRUE(admin.connect(server.address(), std::chrono::seconds(2), error)) << error;
+    // The publisher's own count: the entry numbers it used, summed over the services.
+    const auto publishedSoFar = [&] {
+        std::uint64_t n = 0;
+        for (const unsigned char service : builtInServices()) {
+            const embedded::RedisReply r = admin.command({"HGET", embedded::stream::stateKey(service), "n"});
+            n += r.isNil() ? 0 : std::stoull(r.text());
+        }
+        return n;
+    };
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_TRUE(reader.start({READER_PROGRAM, server.addressText(), data.string()}, log));
+        const std::uint64_t target = publishedSoFar() + 1000;
+        for (int i = 0; i < 3000 && publishedSoFar() < target; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        reader.kill(); // SIGKILL: no shutdown, no flush
+    }
+    feed.kill(SIGTERM);
+    published = publishedSoFar();
+
+    // What the killed runs kept: entries are numbered 1, 2, 3... per stream, so the bookmarks
+    // count them.
+    std::uint64_t kept = 0;
+    {
+        embedded::NewsStore store;
+        ASSERT_TRUE(store.open((data / "news.db").string(), embedded::OpenMode::KeepExisting, nowSeconds()).ok());
+        embedded::LoadedNews loaded;
+        ASSERT_TRUE(store.load(30, embedded::localDayOf(nowSeconds()), loaded));
+        for (const auto& [service, position] : loaded.streamPositions) {
+            kept += static_cast<std::uint64_t>(position.entryNo);
+        }
+    }
+    ASSERT_GT(kept, 0u) << "the killed runs read nothing: the test proves nothing";
+    ASSERT_LT(kept, published);
+
+    Terminal terminal(data, server.address());
+    terminal.start();
+    ASSERT_TRUE(drainUntil({&terminal}, [&] { return kept + terminal.entries() >= published; }))
+        << kept << " kept, " << terminal.entries() << " read, " << published << " published";
+    EXPECT_EQ(kept + terminal.entries(), published);
+    EXPECT_EQ(terminal.backend->streamFeedStats().duplicates, 0u);
+    terminal.stop();
+    EXPECT_EQ(terminal.stored(), streamHeadlines(server.address()));
 }
 
 TEST_F(Distribution, ASlowReaderDoesNotHoldUpThePublisher) {
