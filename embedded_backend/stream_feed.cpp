@@ -109,8 +109,11 @@ void StreamFeed::run() {
         // reconnection then hands it to them as one recovery.
         bool ok = checkRollback(connection);
         if (ok && !up) {
+            // Caught up once a read brings fewer entries than it may: every stream was read to
+            // its end at that moment. Waiting for an empty read would never end on a busy feed.
+            const auto full = static_cast<long>(std::max<std::size_t>(1, m_options.count));
             long got = 0;
-            while ((got = readOnce(connection, false)) > 0 && !m_thread.stopping()) {
+            while ((got = readOnce(connection, false)) >= full && !m_thread.stopping()) {
             }
             ok = got >= 0;
             if (ok) {

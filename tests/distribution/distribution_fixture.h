@@ -57,6 +57,8 @@ public:
     // A clean stop: what was handed to the ingest reaches the store with its bookmarks.
     void stop() {
         if (backend) {
+            // The reader first: nothing more is handed over once its count is taken.
+            backend->stopStreamFeed();
             handedOver += backend->streamFeedStats().entries;
             backend->shutdown();
             dispatcher.runPending();
