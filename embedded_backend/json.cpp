@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <unordered_set>
 
+#include "host/text/escape.h"
 #include "host/text/utf8.h"
 
 namespace embedded {
@@ -473,30 +474,15 @@ std::string jsonQuote(std::string_view utf8) {
     out += '"';
     for (const char ch : utf8) {
         const auto c = static_cast<unsigned char>(ch);
-        switch (c) {
-        case '"':
-            out += "\\\"";
-            break;
-        case '\\':
-            out += "\\\\";
-            break;
-        case '\n':
-            out += "\\n";
-            break;
-        case '\r':
-            out += "\\r";
-            break;
-        case '\t':
-            out += "\\t";
-            break;
-        default:
-            if (c < 0x20) {
-                out += "\\u00";
-                out += kHex[c >> 4];
-                out += kHex[c & 0x0F];
-            } else {
-                out += ch;
-            }
+        if (text::appendBackslashEscape(out, ch)) {
+            continue;
+        }
+        if (c < 0x20) {
+            out += "\\u00";
+            out += kHex[c >> 4];
+            out += kHex[c & 0x0F];
+        } else {
+            out += ch;
         }
     }
     out += '"';

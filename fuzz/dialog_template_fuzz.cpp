@@ -6,6 +6,7 @@
 
 #include "fuzz/fuzz_support.h"
 #include "host/text/cp950.h"
+#include "host/text/escape.h"
 #include "host/ui/dialog_template.h"
 
 using host::ui::ColumnTemplate;
@@ -19,23 +20,7 @@ namespace {
 std::string quoted(const CString& cp950Text) {
     std::string out = "\"";
     for (const char c : cp950::toUtf8(cp950Text)) {
-        switch (c) {
-        case '"':
-            out += "\\\"";
-            break;
-        case '\\':
-            out += "\\\\";
-            break;
-        case '\n':
-            out += "\\n";
-            break;
-        case '\r':
-            out += "\\r";
-            break;
-        case '\t':
-            out += "\\t";
-            break;
-        default:
+        if (!text::appendBackslashEscape(out, c)) {
             out += c;
         }
     }

@@ -2,6 +2,8 @@
 
 #include <charconv>
 
+#include "host/text/escape.h"
+
 namespace news {
 
 namespace {
@@ -10,111 +12,24 @@ bool needsEscape(unsigned char c) {
     return c < 0x21 || c == 0x7F || c == '%' || c == ',';
 }
 
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    if (c >= 'A' && c <= 'F') {
-        return c - 'A' + 10;
-    }
-    return -1;
-}
-
 } // namespace
 
 void AppendEscapedElement(CString& out, std::string_view element) {
-    static constexpr char kHex[] = "0123456789ABCDEF";
-    for (const char ch : element) {
-        const auto c = static_cast<unsigned char>(ch);
-        if (needsEscape(c)) {
-            out += '%';
-            out += kHex[c >> 4];
-            out += kHex[c & 0x0F];
-        } else {
-            out += ch;
-        }
-    }
+    text::appendPercentEscaped(out, element, needsEscape);
 }
 
-std::optional<CString> UnescapeElement(std::string_view text) {
-    CString out;
-    out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto c = static_cast<unsigned char>(text[i]);
-        if (c != '%') {
-            if (needsEscape(c)) {
-                return std::nullopt;
-            }
-            out += static_cast<char>(c);
-            continue;
-        }
-        if (i + 2 >= text.size()) {
-            return std::nullopt;
-        }
-        const int hi = hexValue(text[i + 1]);
-        const int lo = hexValue(text[i + 2]);
-        if (hi < 0 || lo < 0) {
-            return std::nullopt;
-        }
-        const auto decoded = static_cast<unsigned char>(hi * 16 + lo);
-        if (!needsEscape(decoded)) {
-            return std::nullopt; // one text, one form
-        }
-        out += static_cast<char>(decoded);
-        i += 2;
-    }
-    return out;
+std::optional<CString> UnescapeElement(std::string_view element) {
+    return text::percentUnescape(element, needsEscape);
 }
 
 CString EncodeTextList(const std::vector<CString>& items) {
-    CString out = std::to_string(items.size());
-    out += ':';
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        if (i > 0) {
-            out += ',';
-        }
-        AppendEscapedElement(out, items[i]);
-    }
+    CString out;
+    text::appendCountedList(out, items, needsEscape);
     return out;
 }
 
 std::optional<std::vector<CString>> DecodeTextList(std::string_view value) {
-    const std::size_t colon = value.find(':');
-    if (colon == std::string_view::npos) {
-        return std::nullopt;
-    }
-    const std::optional<int> count = ParseStrictInt(value.substr(0, colon));
-    const std::string_view body = value.substr(colon + 1);
-    // Every element takes at least one comma after the first, so a count beyond that is a lie.
-    if (!count || *count < 0 || static_cast<std::size_t>(*count) > body.size() + 1) {
-        return std::nullopt;
-    }
-    std::vector<CString> items;
-    if (*count == 0) {
-        if (!body.empty()) {
-            return std::nullopt;
-        }
-        return items;
-    }
-    items.reserve(static_cast<std::size_t>(*count));
-    std::size_t start = 0;
-    while (true) {
-        const std::size_t comma = body.find(',', start);
-        std::optional<CString> item =
-            UnescapeElement(body.substr(start, comma == std::string_view::npos ? comma : comma - start));
-        if (!item) {
-            return std::nullopt;
-        }
-        items.push_back(std::move(*item));
-        if (comma == std::string_view::npos) {
-            break;
-        }
-        start = comma + 1;
-    }
-    if (items.size() != static_cast<std::size_t>(*count)) {
-        return std::nullopt;
-    }
-    return items;
+    return text::decodeCountedList(value, needsEscape);
 }
 
 std::optional<int> ParseStrictInt(std::string_view text) {

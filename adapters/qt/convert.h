@@ -36,8 +36,19 @@ inline COLORREF toColorRef(const QColor& c) {
                          static_cast<std::uint8_t>(c.blue()));
 }
 
+// The terminal's font size: every host font comes out this many times its given size, and grids
+// scale their row heights and column widths with it. 1 unless the user chose otherwise.
+// Thread: UI thread.
+void setFontScale(double scale);
+double fontScale();
+// A module length (a row height, a column width) at the current font size.
+int scaledLength(int length);
+
 // A QFont for a host font. A negative height is the character height in pixels, a positive
-// one the cell height (ascent plus descent), as with LOGFONT; the weight scale is the same.
+// one the cell height (ascent plus descent), as with LOGFONT; the weight scale is the same. The
+// height is taken at the current font size (fontScale()).
 QFont toQFont(const host::ui::Font& font);
+// The same at a given scale: printing uses 1, paper does not follow the screen's font size.
+QFont toQFontAtScale(const host::ui::Font& font, double scale);
 
 } // namespace qthost

@@ -50,7 +50,7 @@ PrinterDeviceContext::~PrinterDeviceContext() {
 }
 
 QFont PrinterDeviceContext::resolveFont(const host::ui::Font& font) const {
-    QFont result = toQFont(font);
+    QFont result = toQFontAtScale(font, 1.0);
     const QString family = printerFamily(font);
     result.setFamilies({family, QString::fromLatin1(kDefaultFontFamily)});
     // Shaping substitutes glyph variants (digits next to Latin letters) that the PDF writer

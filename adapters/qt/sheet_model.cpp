@@ -1,6 +1,7 @@
 #include "adapters/qt/sheet_model.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "adapters/qt/convert.h"
 #include "adapters/qt/text_codec.h"
@@ -20,6 +21,7 @@ constexpr std::size_t kMaxRowsMarkedOneByOne = 64;
 } // namespace
 
 SheetModel::SheetModel(QObject* parent) : QAbstractTableModel(parent) {
+    m_fadeTimer.start();
     m_publishTimer.setSingleShot(true);
     m_publishTimer.setTimerType(Qt::PreciseTimer);
     connect(&m_publishTimer, &QTimer::timeout, this, [this] {
@@ -147,10 +149,67 @@ void SheetModel::publish() {
     if (beforePublish) {
         beforePublish();
     }
+    if (m_fadeRepaint) {
+        m_fadeRepaint = false;
+        if (m_rows.size() != 0) {
+            // Marked rows anywhere: the view repaints what is visible (one update of the viewport).
+            m_dirty = true;
+            m_dirtyFirst = 0;
+            m_dirtyLast = m_rows.size() - 1;
+        }
+    }
     publishChanges();
     if (afterPublish) {
         afterPublish();
     }
+    if (fading()) {
+        // The marked rows change colour with time alone: the next beat repaints them. Once the
+        // last mark has run out, one more repaint shows the rows in their own colours.
+        m_fadeRepaint = true;
+        schedulePublish();
+    }
+}
+
+std::int64_t SheetModel::fadeNow() const {
+    // Never 0, which stands for "not marked".
+    return m_fadeClock ? m_fadeClock() : m_fadeTimer.elapsed() + 1;
+}
+
+bool SheetModel::fading() const {
+    return m_lastArrivalMs != 0 && fadeNow() - m_lastArrivalMs <= kFadeMs;
+}
+
+void SheetModel::setFadeColor(COLORREF color) {
+    m_fadeColor = color;
+}
+
+void SheetModel::setFadeClock(std::function<std::int64_t()> clock) {
+    m_fadeClock = std::move(clock);
+}
+
+double SheetModel::fadeStrength(std::size_t row) const {
+    const SheetRow* cells = m_rows.find(row);
+    if (cells == nullptr || cells->arrivedMs == 0) {
+        return 0.0;
+    }
+    const std::int64_t age = fadeNow() - cells->arrivedMs;
+    if (age < 0 || age >= kFadeMs) {
+        return age < 0 ? kFadePeak : 0.0;
+    }
+    return kFadePeak * static_cast<double>(kFadeMs - age) / kFadeMs;
+}
+
+COLORREF SheetModel::faded(COLORREF background, std::size_t row) const {
+    const double strength = fadeStrength(row);
+    if (strength <= 0.0) {
+        return background;
+    }
+    const auto mix = [strength](int from, int to) {
+        return static_cast<std::uint8_t>(std::lround(from + (to - from) * strength));
+    };
+    return host::ui::RGB(mix(host::ui::GetRValue(background), host::ui::GetRValue(m_fadeColor)),
+                         mix(host::ui::GetGValue(background), host::ui::GetGValue(m_fadeColor)),
+                         mix(host::ui::GetBValue(background), host::ui::GetBValue(m_fadeColor)));
 }
 
 void SheetModel::publishChanges() {
@@ -243,6 +302,9 @@ void SheetModel::appendRows(std::size_t count) {
 void SheetModel::insertRowAt(std::size_t row) {
     row = std::min(row, m_rows.size());
     m_rows.insert(row);
+    // A row inserted one by one is a pushed one: it is marked as new.
+    m_lastArrivalMs = fadeNow();
+    m_rows.ensure(row).arrivedMs = m_lastArrivalMs;
     record({Change::Kind::kInsert, row, 1});
     afterInsert(row, 1);
 }
@@ -258,6 +320,7 @@ void SheetModel::deleteRowAt(std::size_t row) {
 
 void SheetModel::clearRows() {
     m_rows.clear();
+    m_lastArrivalMs = 0;
     m_selected.clear();
     m_focusRow = -1;
     m_anchorRow = 0;
@@ -484,7 +547,7 @@ QVariant SheetModel::data(const QModelIndex& index, int role) const {
         if (m_focusColorsEnabled && isSelected(*row)) {
             return toQColor(m_focusBackground);
         }
-        return toQColor(c != nullptr && c->hasBackground ? c->background : rowBackground(*row));
+        return toQColor(faded(c != nullptr && c->hasBackground ? c->background : rowBackground(*row), *row));
     default:
         return {};
     }

@@ -4,6 +4,7 @@
 #include <QElapsedTimer>
 #include <QTimer>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -38,6 +39,7 @@ public:
 
     // Module row of a view row; empty when that row was deleted since the last publish.
     std::optional<std::size_t> moduleRow(int viewRow) const;
+    // Changes the view has not been told of (a repaint that only moves a fade is none).
     bool hasPendingChanges() const { return !m_pending.empty() || m_resetPending || m_dirty; }
     // Tells the view about every change made since the last publish. Changes are published
     // at most once per kPublishIntervalMs (the first after a quiet spell in the next turn of
@@ -50,6 +52,19 @@ public:
     std::function<void()> afterPublish;
     // Repaints every visible row at the next publish.
     void invalidateAll();
+
+    // A row that arrives by insertRowAt (a push) is marked for kFadeMs: its background starts
+    // kFadePeak of the way towards the fade colour and returns to its own colour linearly.
+    // Rows of a table fill (appendRows) are never marked. While a mark lasts, every publish
+    // asks for the next one, so the fade moves with the repaint beat and its cost is one
+    // repaint of the visible rows per beat, whatever the row count.
+    static constexpr int kFadeMs = 4000;
+    static constexpr double kFadePeak = 0.35;
+    void setFadeColor(COLORREF color);
+    // The clock the fade reads, in ms (a monotonic clock by default; tests set their own).
+    void setFadeClock(std::function<std::int64_t()> clock);
+    // How far a row is still marked: 0 for none, up to kFadePeak right after it arrived.
+    double fadeStrength(std::size_t row) const;
 
     // --- The module's side ---
     std::size_t rows() const { return m_rows.size(); }
@@ -100,6 +115,9 @@ private:
     void markDirty(std::size_t row);
     void afterInsert(std::size_t row, std::size_t count);
     void afterDelete(std::size_t row);
+    std::int64_t fadeNow() const;
+    bool fading() const;
+    COLORREF faded(COLORREF background, std::size_t row) const;
     void selectionChanged(const std::vector<std::size_t>& before);
     const SheetCell* cell(std::size_t row, int column) const;
     SheetCell& writableCell(std::size_t row, int column);
@@ -123,6 +141,12 @@ private:
     COLORREF m_focusText = host::ui::RGB(255, 255, 255);
     COLORREF m_focusBackground = host::ui::RGB(0, 64, 128);
     bool m_oddPhase = false;
+
+    COLORREF m_fadeColor = host::ui::RGB(255, 196, 0);
+    std::function<std::int64_t()> m_fadeClock;
+    QElapsedTimer m_fadeTimer;
+    std::int64_t m_lastArrivalMs = 0; // 0: no row marked since the last fill
+    bool m_fadeRepaint = false;       // the next publish repaints for the fade alone
 
     std::vector<std::size_t> m_selected;
     int m_focusRow = -1;

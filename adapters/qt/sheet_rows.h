@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -20,6 +21,8 @@ struct SheetCell {
 // The cells of one written row; rows never written have none.
 struct SheetRow {
     std::vector<SheetCell> cells;
+    // When a pushed row arrived (the model's fade clock, ms); 0 for rows of a table fill.
+    std::int64_t arrivedMs = 0;
 };
 
 // The grid's rows by row number: an empty pointer for a row that was never written, so a

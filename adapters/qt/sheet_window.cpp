@@ -3,16 +3,20 @@
 #include <QContextMenuEvent>
 #include <QGuiApplication>
 #include <QHeaderView>
+#include <QHelpEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
 #include <QTableView>
+#include <QToolTip>
 #include <algorithm>
 #include <climits>
+#include <cmath>
 
 #include "adapters/qt/convert.h"
 #include "adapters/qt/key_codes.h"
 #include "adapters/qt/sheet_model.h"
+#include "adapters/qt/text_codec.h"
 #include "host/ui/registered_messages.h"
 
 namespace qthost {
@@ -59,14 +63,36 @@ public:
         if (text.isValid()) {
             painter->setPen(index.data(Qt::ForegroundRole).value<QColor>());
             painter->setFont(option.font);
-            painter->drawText(option.rect.adjusted(3, 0, -2, 0), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
-                              text.toString());
+            painter->drawText(option.rect.adjusted(3, 0, 3 - kTextMargins, 0),
+                              Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text.toString());
         }
     }
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& /*index*/) const override {
         return option.rect.size();
     }
+    // The whole text of a cut cell; nothing over a cell that shows all of its text.
+    bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
+                   const QModelIndex& index) override {
+        if (event->type() != QEvent::ToolTip) {
+            return QAbstractItemDelegate::helpEvent(event, view, option, index);
+        }
+        const QString text = index.data(Qt::DisplayRole).toString();
+        if (!text.isEmpty() && isCut(QFontMetrics(option.font), text, option.rect.width())) {
+            QToolTip::showText(event->globalPos(), text, view->viewport(), option.rect);
+        } else {
+            QToolTip::hideText();
+        }
+        return true;
+    }
+    // The room paint() leaves a cell's text.
+    static bool isCut(const QFontMetrics& metrics, const QString& text, int cellWidth) {
+        return metrics.horizontalAdvance(text) > cellWidth - kTextMargins;
+    }
+    static constexpr int kTextMargins = 5;
 };
+
+// Room around a header's text: its padding, the border and a little air.
+constexpr int kHeaderTextMargins = 12;
 
 } // namespace
 
@@ -419,17 +445,34 @@ void QtSheet::vSetSmoothHScroll(bool smooth) {
 void QtSheet::vSetHeaderRowHeight(int height) {
     QHeaderView* header = tableView().horizontalHeader();
     header->setVisible(height > 0);
-    header->setFixedHeight(std::max(0, height));
+    header->setFixedHeight(std::max(0, scaledLength(height)));
 }
 
 void QtSheet::vSetRowHeight(int height) {
-    tableView().verticalHeader()->setDefaultSectionSize(std::max(1, height));
+    tableView().verticalHeader()->setDefaultSectionSize(std::max(1, scaledLength(height)));
 }
 
 int QtSheet::iInsertCol(int index, int width) {
     const int column = m_model->addColumn(index);
-    tableView().setColumnWidth(column, std::max(0, width));
+    const auto at = static_cast<std::ptrdiff_t>(column);
+    m_moduleWidths.insert(m_moduleWidths.begin() + at, std::max(0, width));
+    m_appliedWidths.insert(m_appliedWidths.begin() + at, 0);
+    fitColumn(column);
     return column;
+}
+
+void QtSheet::fitColumn(int col) {
+    const auto at = static_cast<std::size_t>(col);
+    int width = scaledLength(m_moduleWidths[at]);
+    if (width > 0) {
+        const QString header = toQString(m_model->headerText(col));
+        if (!header.isEmpty()) {
+            const QHeaderView& columns = *tableView().horizontalHeader();
+            width = std::max(width, columns.fontMetrics().horizontalAdvance(header) + kHeaderTextMargins);
+        }
+    }
+    m_appliedWidths[at] = width;
+    tableView().setColumnWidth(col, width);
 }
 
 int QtSheet::iGetColCount() const {
@@ -438,16 +481,29 @@ int QtSheet::iGetColCount() const {
 
 void QtSheet::vSetColWidth(int col, int width) {
     if (col >= 0 && col < iGetColCount()) {
-        tableView().setColumnWidth(col, std::max(0, width));
+        m_moduleWidths[static_cast<std::size_t>(col)] = std::max(0, width);
+        fitColumn(col);
     }
 }
 
 int QtSheet::iGetColWidth(int col) const {
-    return col >= 0 && col < iGetColCount() ? tableView().columnWidth(col) : 0;
+    if (col < 0 || col >= iGetColCount()) {
+        return 0;
+    }
+    const auto at = static_cast<std::size_t>(col);
+    const int shown = tableView().columnWidth(col);
+    // Unless the user dragged the column, the module hears its own width back.
+    if (shown == m_appliedWidths[at]) {
+        return m_moduleWidths[at];
+    }
+    return static_cast<int>(std::lround(shown / fontScale()));
 }
 
 void QtSheet::vSetHeaderText(int col, const CString& text) {
     m_model->setHeaderText(col, text);
+    if (col >= 0 && col < iGetColCount()) {
+        fitColumn(col);
+    }
 }
 CString QtSheet::cszGetHeaderText(int col) const {
     return m_model->headerText(col);
@@ -597,6 +653,10 @@ void QtSheet::vSetFgColor(COLORREF color) {
 
 void QtSheet::vSetFont(const host::ui::Font& font) {
     setFont(font, true);
+    // Header texts take a new room in the new font.
+    for (int col = 0; col < iGetColCount(); ++col) {
+        fitColumn(col);
+    }
 }
 
 void QtSheet::applyStyleSheet() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <vector>
 
 #include "adapters/qt/window_core.h"
 #include "host/ui/sheet.h"
@@ -21,6 +22,13 @@ class SheetView;
 // of pushes costs a few repaints a second. While the user is scrolled away from the top or is
 // reading a row, rows inserted above do not move the rows in view; at the top new rows show, and
 // a focused row being read is kept on screen.
+//
+// Sizes follow the terminal's font size (fontScale()): row and header heights and column widths
+// are the module's, scaled; a column is never narrower than its header text in the current
+// language and font (a hidden column, width 0, stays hidden). iGetColWidth answers in the
+// module's units, so widths the module stores do not grow with the font.
+//
+// A cell whose text is cut shows it whole in a tooltip; a cell that fits shows none.
 //
 // Input: the grid handles its navigation keys itself (Up, Down, Page Up, Page Down, Home,
 // End, Left, Right, also when the module sends them) and passes every other key to its
@@ -106,6 +114,11 @@ private:
     void rememberRowsInView();
     void keepRowsInView();
     void onSizeChanged(QSize size) override;
+    // Applies a column's module width at the current font, at least as wide as its header.
+    void fitColumn(int col);
+
+    std::vector<int> m_moduleWidths;  // by column, in module units
+    std::vector<int> m_appliedWidths; // what fitColumn set, to tell a user's drag apart
 
     SheetModel* m_model; // child of the view
     COLORREF m_headerBackground = host::ui::RGB(40, 40, 56);

@@ -10,16 +10,19 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QStatusBar>
+#include <QTabBar>
 #include <QTimer>
 #include <QToolBar>
 #include <tuple>
 
+#include "adapters/qt/convert.h"
 #include "adapters/qt/dialog_service.h"
 #include "adapters/qt/qt_ui_host.h"
 #include "adapters/qt/text_codec.h"
 #include "apps/newsterm/backend_session.h"
 #include "apps/newsterm/color_scheme.h"
 #include "apps/newsterm/flash_line.h"
+#include "apps/newsterm/font_size.h"
 #include "apps/newsterm/problem_report.h"
 #include "apps/newsterm/qt_translation.h"
 #include "apps/newsterm/status_panel.h"
@@ -41,6 +44,9 @@ constexpr const char* kFirstStartSymbol = "2330";
 // How long the terminal waits for the first headlines before it stops looking for a story to open on.
 constexpr int kFirstStoryAttempts = 40;
 constexpr int kFirstStoryRetryMs = 250;
+constexpr int kSymbolBoxWidth = 120;
+// Ctrl+1 ... Ctrl+7 pick the view's tabs by position.
+constexpr int kNumberedTabs = 7;
 
 TRVNewsCtrlView* newsView() {
     for (TRVQuoteBaseView* view : TRVQuoteBaseView::AllViews()) {
@@ -54,6 +60,8 @@ TRVNewsCtrlView* newsView() {
 
 MainWindow::MainWindow(qthost::QtUiHost& ui, BackendSession& session, TermSettings& settings, QString language)
     : m_ui(ui), m_session(session), m_settings(settings), m_language(std::move(language)) {
+    // Every font the window and the view make from here on has the chosen size.
+    applyFontPercent(validFontPercent(m_settings.fontPercent()));
     // Generated news is never mistaken for the market's.
     setWindowTitle(m_session.isGenerated() ? text("新聞終端機（模擬新聞）", "News terminal (generated news)")
                                            : text("新聞終端機", "News terminal"));
@@ -64,6 +72,7 @@ MainWindow::MainWindow(qthost::QtUiHost& ui, BackendSession& session, TermSettin
     setSchemeColors(schemeFromName(m_settings.colorScheme()));
     buildMenus();
     buildToolbar();
+    buildShortcuts();
     m_status = new StatusPanel(*statusBar(), m_session, m_language == QStringLiteral("en"));
     // The first window fits the screen it opens on, whatever the scale factor; a saved one comes
     // back as it was.
@@ -173,6 +182,18 @@ void MainWindow::buildMenus() {
     onTop->setChecked(CSyncInfo::Get().SYS_eGetPopupWndPosition() != 1);
     connect(onTop, &QAction::toggled, this, [this](bool checked) { setStoryWindowOnTop(checked); });
 
+    viewMenu->addSeparator();
+    // Ctrl+= is Ctrl+plus without Shift on keyboards where plus shares the key with equals.
+    QAction* larger = viewMenu->addAction(text("放大字型", "Larger text"), this, [this] { changeFontSize(1); });
+    larger->setObjectName(QStringLiteral("fontLarger"));
+    larger->setShortcuts({QKeySequence::ZoomIn, QKeySequence(Qt::CTRL | Qt::Key_Equal)});
+    QAction* smaller = viewMenu->addAction(text("縮小字型", "Smaller text"), this, [this] { changeFontSize(-1); });
+    smaller->setObjectName(QStringLiteral("fontSmaller"));
+    smaller->setShortcuts(QKeySequence::ZoomOut);
+    QAction* normal = viewMenu->addAction(text("標準字型大小", "Normal text size"), QKeySequence(Qt::CTRL | Qt::Key_0),
+                                          this, [this] { changeFontSize(0); });
+    normal->setObjectName(QStringLiteral("fontNormal"));
+
     QMenu* languages = menuBar()->addMenu(text("語言(&L)", "&Language"));
     auto* group = new QActionGroup(languages);
     for (const auto& [code, label] : {std::pair{"zh-TW", "繁體中文"}, std::pair{"en", "English"}}) {
@@ -193,7 +214,7 @@ void MainWindow::buildToolbar() {
     m_symbol = new QLineEdit(bar);
     m_symbol->setObjectName(QStringLiteral("symbolEntry"));
     m_symbol->setPlaceholderText(QStringLiteral("2330"));
-    m_symbol->setMaximumWidth(120);
+    m_symbol->setMaximumWidth(qthost::scaledLength(kSymbolBoxWidth));
     bar->addWidget(m_symbol);
     connect(m_symbol, &QLineEdit::returnPressed, this, [this] { applySymbol(); });
     bar->addSeparator();
@@ -303,10 +324,7 @@ void MainWindow::chooseLanguage(const QString& language) {
     m_settings.setLanguage(language);
     useQtTranslation(language);
     m_session.setLanguage(language);
-    m_view->saveSettings(m_settings.layout());
-    m_view.reset();
-    m_view = std::make_unique<ViewHost>(m_ui, centralWidget(), kViewClass);
-    m_view->loadSettings(m_settings.layout(), kViewName);
+    rebuildView();
     const QString symbol = m_symbol->text();
     menuBar()->clear();
     if (QToolBar* bar = findChild<QToolBar*>(QStringLiteral("mainToolbar"))) {
@@ -319,6 +337,76 @@ void MainWindow::chooseLanguage(const QString& language) {
     setWindowTitle(m_session.isGenerated() ? text("新聞終端機（模擬新聞）", "News terminal (generated news)")
                                            : text("新聞終端機", "News terminal"));
     m_status->setEnglish(language == QStringLiteral("en"));
+    if (const QString failure = saveSettings(); !failure.isEmpty()) {
+        reportProblem(this, text("設定", "Settings"),
+                      text("無法儲存設定：", "The settings could not be saved: ") + failure);
+    }
+}
+
+void MainWindow::rebuildView() {
+    m_view->saveSettings(m_settings.layout());
+    m_view.reset();
+    m_view = std::make_unique<ViewHost>(m_ui, centralWidget(), kViewClass);
+    m_view->loadSettings(m_settings.layout(), kViewName);
+    // The new view reads on as the old one did: the newest story, with the keyboard in the list.
+    showFirstStory(kFirstStoryAttempts);
+}
+
+void MainWindow::buildShortcuts() {
+    // Window-wide keys, whichever control has the keyboard: Ctrl+Tab and Ctrl+Shift+Tab step
+    // through the view's tabs, Ctrl+1 ... Ctrl+7 pick one, Ctrl+L goes to the symbol box.
+    const auto add = [this](const QString& name, const QList<QKeySequence>& keys, auto&& run) {
+        auto* action = new QAction(this);
+        action->setObjectName(name);
+        action->setShortcuts(keys);
+        action->setShortcutContext(Qt::WindowShortcut);
+        connect(action, &QAction::triggered, this, run);
+        addAction(action);
+    };
+    add(QStringLiteral("nextTab"), {QKeySequence(Qt::CTRL | Qt::Key_Tab)}, [this] { switchTab(-1, 1); });
+    add(QStringLiteral("previousTab"),
+        {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backtab), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab)},
+        [this] { switchTab(-1, -1); });
+    for (int i = 0; i < kNumberedTabs; ++i) {
+        add(QStringLiteral("tab%1").arg(i + 1), {QKeySequence(Qt::CTRL | (Qt::Key_1 + i))},
+            [this, i] { switchTab(i, 0); });
+    }
+    add(QStringLiteral("focusSymbol"), {QKeySequence(Qt::CTRL | Qt::Key_L)}, [this] {
+        m_symbol->setFocus(Qt::ShortcutFocusReason);
+        m_symbol->selectAll();
+    });
+}
+
+void MainWindow::switchTab(int index, int step) {
+    TRVNewsCtrlView* news = newsView();
+    host::ui::Window* strip =
+        news != nullptr && news->GetWnd() != nullptr ? news->GetWnd()->child(news::kIdTabStrip) : nullptr;
+    auto* tabs = strip != nullptr ? qobject_cast<QTabBar*>(qthost::QtUiHost::widgetOf(strip)) : nullptr;
+    if (tabs == nullptr || !tabs->isVisible() || tabs->count() == 0) {
+        return;
+    }
+    const int count = tabs->count();
+    const int target = step == 0 ? index : (tabs->currentIndex() + step % count + count) % count;
+    if (target < 0 || target >= count || target == tabs->currentIndex()) {
+        return;
+    }
+    // The strip tells the view as it does for a click.
+    tabs->setCurrentIndex(target);
+}
+
+void MainWindow::changeFontSize(int direction) {
+    const int before = validFontPercent(m_settings.fontPercent());
+    const int percent = steppedFontPercent(before, direction);
+    if (percent == before) {
+        return;
+    }
+    applyFontPercent(percent);
+    m_settings.setFontPercent(percent);
+    m_symbol->setMaximumWidth(qthost::scaledLength(kSymbolBoxWidth));
+    // The view takes the new fonts when it is built again; its layout follows their size.
+    rebuildView();
+    statusBar()->showMessage(text("字型大小 ", "Text size ") + QString::number(percent) + QLatin1Char('%'),
+                             kStatusMessageMs);
     if (const QString failure = saveSettings(); !failure.isEmpty()) {
         reportProblem(this, text("設定", "Settings"),
                       text("無法儲存設定：", "The settings could not be saved: ") + failure);

@@ -50,6 +50,14 @@ private:
     void runOutputCommand(int command);
     void printToPdf();
     void chooseLanguage(const QString& language);
+    // Builds the news view again with the settings it had, for a new language or font size.
+    void rebuildView();
+    // The keys of the whole window: tabs, the symbol box (see buildShortcuts in the .cpp).
+    void buildShortcuts();
+    // Shows the tab at index, or the one step tabs away from the current (wrapping round).
+    void switchTab(int index, int step);
+    // One font size step up (> 0) or down (< 0), or back to the normal size (0).
+    void changeFontSize(int direction);
     void chooseColorScheme(const QString& scheme);
     void applySymbol();
     void showRecovered(std::size_t headlines);

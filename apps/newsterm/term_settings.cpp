@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
+#include <string>
 
 namespace newsterm {
 
@@ -116,6 +117,20 @@ QString TermSettings::colorScheme() const {
 
 void TermSettings::setColorScheme(const QString& scheme) {
     m_store.SetViewInfo(kSection, 0, 0, kWindowKey, "colorScheme", scheme.toStdString());
+}
+
+int TermSettings::fontPercent() const {
+    CString value;
+    if (!m_store.GetViewInfo(kSection, 0, 0, kWindowKey, "fontPercent", value)) {
+        return 100;
+    }
+    bool ok = false;
+    const int percent = QString::fromStdString(value).toInt(&ok);
+    return ok ? percent : 100;
+}
+
+void TermSettings::setFontPercent(int percent) {
+    m_store.SetViewInfo(kSection, 0, 0, kWindowKey, "fontPercent", std::to_string(percent));
 }
 
 QString TermSettings::symbol() const {

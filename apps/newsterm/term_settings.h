@@ -38,6 +38,10 @@ public:
     // The news distribution to read (HOST:PORT) when the command line names none; empty: none.
     QString redis() const;
     void setRedis(const QString& address);
+    // The font size in percent as stored (validFontPercent() makes it a usable one); 100 when
+    // never chosen or not a number.
+    int fontPercent() const;
+    void setFontPercent(int percent);
     QString symbol() const; // the terminal's current symbol; empty when never chosen
     void setSymbol(const QString& symbol);
     const QString& path() const { return m_path; }

@@ -1,5 +1,6 @@
 #include "bench_data.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -127,6 +128,11 @@ const std::string& millionHeadlineStore() {
         return file;
     }();
     return path;
+}
+
+double percentile(std::vector<double>& values, std::size_t percent) {
+    std::sort(values.begin(), values.end());
+    return values[std::min(values.size() - 1, values.size() * percent / 100)];
 }
 
 } // namespace embedded::bench

@@ -23,27 +23,10 @@ NewsStore& store() {
     return s;
 }
 
-using Keywords = std::vector<const char*>;
-
-const std::vector<Keywords> kOneChar = {{"營"}, {"台"}, {"息"}, {"權"}, {"科"}, {"鴻"}, {"龜"}, {"業"}};
-const std::vector<Keywords> kTwoChars = {{"營收"}, {"法說"}, {"董事"}, {"台積"},
-                                         {"鴻海"}, {"權證"}, {"澄清"}, {"伺服"}};
-const std::vector<Keywords> kThreeChars = {{"台積電"}, {"法說會"}, {"董事會"}, {"聯發科"},
-                                           {"伺服器"}, {"除權息"}, {"電動車"}, {"庫藏股"}};
-const std::vector<Keywords> kSixChars = {{"董事會決議買"}, {"澄清財經媒體"}, {"履約價格重設"}, {"訂單能見度提"},
-                                         {"營運可望維持"}, {"投資前應審慎"}, {"今日掛牌上市"}, {"每股配發現金"}};
-const std::vector<Keywords> kPairs = {{"台積電", "營收"}, {"董事會", "現金增資"}, {"鴻海", "法說"}, {"權證", "到期"},
-                                      {"伺服器", "布局"}, {"營收", "年增"},       {"除息", "台"},   {"外資", "目標價"}};
-
 double threadCpuMs() {
     timespec t{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
     return static_cast<double>(t.tv_sec) * 1e3 + static_cast<double>(t.tv_nsec) / 1e6;
-}
-
-double percentile(std::vector<double>& values, std::size_t percent) {
-    std::sort(values.begin(), values.end());
-    return values[std::min(values.size() - 1, values.size() * percent / 100)];
 }
 
 // Wall-clock percentiles, and the same for the thread's CPU time (what a search costs on a

@@ -3,8 +3,6 @@
 // thread pushing 1,000 or 5,000 headlines a second. Reports the share of a core the UI thread
 // and the whole process take, and the turns of the event loop (every event delivered between
 // two waits): the worst should stay within one frame (16 ms).
-#include <QAbstractEventDispatcher>
-#include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -14,7 +12,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
 #include <thread>
 #include <vector>
 
@@ -27,6 +24,7 @@
 #include "apps/newsterm/main_window.h"
 #include "apps/newsterm/term_options.h"
 #include "apps/newsterm/term_settings.h"
+#include "bench/qt/qt_bench_support.h"
 #include "embedded_backend/embedded_backend.h"
 #include "host/framework/host_context.h"
 #include "host/text/cp950.h"
@@ -34,44 +32,12 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using qtbench::Clock;
 
 double cpuSeconds(clockid_t which) {
     timespec now{};
     clock_gettime(which, &now);
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
-
-// Adds up the wall-clock time spent delivering events, outermost deliveries only.
-class TimedApplication final : public QApplication {
-public:
-    using QApplication::QApplication;
-    bool notify(QObject* receiver, QEvent* event) override {
-        if (m_depth++ > 0) {
-            const bool handled = QApplication::notify(receiver, event);
-            --m_depth;
-            return handled;
-        }
-        const Clock::time_point start = Clock::now();
-        const bool handled = QApplication::notify(receiver, event);
-        --m_depth;
-        m_busy += Clock::now() - start;
-        return handled;
-    }
-    double takeBusyMs() {
-        const double ms = std::chrono::duration<double, std::milli>(m_busy).count();
-        m_busy = Clock::duration::zero();
-        return ms;
-    }
-
-private:
-    int m_depth = 0;
-    Clock::duration m_busy = Clock::duration::zero();
-};
-
-int streamSeconds() {
-    const char* text = std::getenv("NEWS_BENCH_SECONDS");
-    return std::max(1, text == nullptr ? 5 : std::atoi(text));
 }
 
 void runEvents(int ms) {
@@ -96,7 +62,6 @@ void BM_NewstermLiveStream(benchmark::State& state) {
         options.dataDir = dir.filePath(QStringLiteral("data"));
         options.language = QStringLiteral("zh-TW");
         options.resourcesDir = QStringLiteral(NEWS_RESOURCES_DIR);
-        std::vector<double> turnsMs;
         {
             newsterm::BackendSession session(options, dispatcher, clock);
             session.start();
@@ -106,14 +71,7 @@ void BM_NewstermLiveStream(benchmark::State& state) {
             window.show();
             runEvents(500);
 
-            auto* app = static_cast<TimedApplication*>(QCoreApplication::instance());
-            const QMetaObject::Connection onBlock =
-                QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, [&] {
-                    const double busy = app->takeBusyMs();
-                    if (busy > 0) {
-                        turnsMs.push_back(busy);
-                    }
-                });
+            qtbench::TurnRecorder turns;
             // The feed: a batch every 10 ms, as a news line delivers them.
             std::atomic<bool> stop{false};
             embedded::EmbeddedBackend& backend = session.backend();
@@ -139,20 +97,21 @@ void BM_NewstermLiveStream(benchmark::State& state) {
                     backend.ingest(std::move(batch));
                 }
             });
-            app->takeBusyMs();
+            turns.restart();
             const double uiStart = cpuSeconds(CLOCK_THREAD_CPUTIME_ID);
             const double processStart = cpuSeconds(CLOCK_PROCESS_CPUTIME_ID);
             QElapsedTimer wall;
             wall.start();
-            runEvents(streamSeconds() * 1000);
+            runEvents(qtbench::streamSeconds(5) * 1000);
             const double seconds = static_cast<double>(wall.elapsed()) / 1000.0;
             const double uiCpu = cpuSeconds(CLOCK_THREAD_CPUTIME_ID) - uiStart;
             const double processCpu = cpuSeconds(CLOCK_PROCESS_CPUTIME_ID) - processStart;
             stop = true;
             feedThread.join();
-            QObject::disconnect(onBlock);
+            turns.stop();
             window.close();
 
+            std::vector<double> turnsMs = turns.wallMs();
             std::sort(turnsMs.begin(), turnsMs.end());
             state.counters["headlines_per_s"] = perSecond;
             state.counters["ui_cpu_pct"] = 100.0 * uiCpu / seconds;
@@ -160,8 +119,11 @@ void BM_NewstermLiveStream(benchmark::State& state) {
             state.counters["turns"] = static_cast<double>(turnsMs.size());
             state.counters["median_turn_ms"] = turnsMs.empty() ? 0 : turnsMs[turnsMs.size() / 2];
             state.counters["worst_turn_ms"] = turnsMs.empty() ? 0 : turnsMs.back();
-            state.counters["turns_over_16ms"] =
-                static_cast<double>(std::count_if(turnsMs.begin(), turnsMs.end(), [](double ms) { return ms > 16.0; }));
+            state.counters["turns_over_16ms"] = qtbench::overOneFrame(turnsMs);
+            // The same turns in the UI thread's CPU time, which a loaded machine does not stretch.
+            const std::vector<double>& cpuMs = turns.cpuMs();
+            state.counters["worst_turn_cpu_ms"] = cpuMs.empty() ? 0 : *std::max_element(cpuMs.begin(), cpuMs.end());
+            state.counters["turns_over_16ms_cpu"] = qtbench::overOneFrame(cpuMs);
             state.counters["cached"] = static_cast<double>(backend.cachedHeadlines());
             state.SetIterationTime(seconds);
         }
@@ -177,15 +139,6 @@ int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", qEnvironmentVariableIsEmpty("DISPLAY") ? "offscreen" : "xcb");
     }
-    QTemporaryDir runtimeDir(QDir::tempPath() + QStringLiteral("/newsterm-bench-XXXXXX"));
-    if (runtimeDir.isValid()) {
-        QFile::setPermissions(runtimeDir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        qputenv("XDG_RUNTIME_DIR", runtimeDir.path().toLocal8Bit());
-    }
     qputenv("XDG_CONFIG_HOME", QDir::tempPath().toLocal8Bit());
-    TimedApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return qtbench::runBenchmarks<qtbench::TimedApplication>(argc, argv, "newsterm-bench");
 }

@@ -1,7 +1,5 @@
 // Printing to PDF through Qt: 1,000 stories of three pages each (120 lines of Chinese text),
 // one print job, the way the news view's printer lays them out.
-#include <QApplication>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
@@ -11,6 +9,7 @@
 #include "adapters/headless/scripted_backend.h"
 #include "adapters/qt/dialog_service.h"
 #include "adapters/qt/qt_ui_host.h"
+#include "bench/qt/qt_bench_support.h"
 #include "host/framework/clock.h"
 #include "host/framework/host_context.h"
 #include "host/text/cp950.h"
@@ -65,17 +64,5 @@ BENCHMARK(BM_PrintThreePageStoriesToPdf)->Arg(1000)->Iterations(1)->Unit(benchma
 } // namespace
 
 int main(int argc, char** argv) {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
-    QTemporaryDir runtimeDir(QDir::tempPath() + QStringLiteral("/qt-print-bench-XXXXXX"));
-    if (runtimeDir.isValid()) {
-        QFile::setPermissions(runtimeDir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        qputenv("XDG_RUNTIME_DIR", runtimeDir.path().toLocal8Bit());
-    }
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return qtbench::runBenchmarks(argc, argv, "qt-print-bench");
 }

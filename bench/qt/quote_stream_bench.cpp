@@ -4,18 +4,9 @@
 // (default 10) seconds. Reports the busy time of each turn of the event loop (every event
 // delivered between two waits: timers, posted calls, paints); every turn should stay within
 // one frame (16 ms).
-#include <QAbstractEventDispatcher>
-#include <QApplication>
-#include <QDir>
-#include <QElapsedTimer>
-#include <QEventLoop>
-#include <QFile>
-#include <QTemporaryDir>
-#include <QTimer>
 #include <QWidget>
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <random>
@@ -23,11 +14,11 @@
 #include <vector>
 
 #include <benchmark/benchmark.h>
-#include <time.h>
 
 #include "adapters/headless/scripted_backend.h"
 #include "adapters/qt/qt_ui_host.h"
 #include "adapters/qt/services.h"
+#include "bench/qt/qt_bench_support.h"
 #include "host/backend/quote_price.h"
 #include "host/backend/subscriptions.h"
 #include "host/framework/host_context.h"
@@ -37,8 +28,6 @@
 #include "search/news_relate_symbol_quote_view.h"
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 constexpr std::int64_t kDayStart = 1704124800; // 2024-01-02 00:00:00 in Asia/Taipei
 constexpr const char* kDay = "20240102";
@@ -50,61 +39,6 @@ class MorningClock final : public host::Clock {
 public:
     std::int64_t nowMs() const override { return (kDayStart + 10 * 3600) * 1000; }
 };
-
-// CPU time of the calling thread: what a turn costs without the time other processes of a
-// busy machine took from it.
-Clock::duration threadCpuTime() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
-}
-
-// Adds up the time spent delivering events, outermost deliveries only, as wall-clock time and
-// as CPU time.
-class TimedApplication final : public QApplication {
-public:
-    using QApplication::QApplication;
-    bool notify(QObject* receiver, QEvent* event) override {
-        if (m_depth++ > 0) {
-            const bool handled = QApplication::notify(receiver, event);
-            --m_depth;
-            return handled;
-        }
-        const Clock::time_point start = Clock::now();
-        const Clock::duration cpuStart = threadCpuTime();
-        const bool handled = QApplication::notify(receiver, event);
-        --m_depth;
-        m_busy += Clock::now() - start;
-        m_cpu += threadCpuTime() - cpuStart;
-        return handled;
-    }
-    // Busy time since the last call (wall clock, CPU).
-    std::pair<double, double> takeBusyMs() {
-        const std::pair<double, double> ms{std::chrono::duration<double, std::milli>(m_busy).count(),
-                                           std::chrono::duration<double, std::milli>(m_cpu).count()};
-        m_busy = Clock::duration::zero();
-        m_cpu = Clock::duration::zero();
-        return ms;
-    }
-
-private:
-    int m_depth = 0;
-    Clock::duration m_busy = Clock::duration::zero();
-    Clock::duration m_cpu = Clock::duration::zero();
-};
-
-double percentile(std::vector<double> values, double p) {
-    if (values.empty()) {
-        return 0;
-    }
-    std::sort(values.begin(), values.end());
-    return values[static_cast<std::size_t>(p * static_cast<double>(values.size() - 1))];
-}
-
-int streamSeconds() {
-    const char* text = std::getenv("NEWS_BENCH_SECONDS");
-    return std::max(1, text == nullptr ? 10 : std::atoi(text));
-}
 
 class Terminal {
 public:
@@ -200,30 +134,15 @@ private:
 void BM_QuotesBesideStreamingNews(benchmark::State& state) {
     for (auto _ : state) {
         Terminal terminal;
-        auto* app = static_cast<TimedApplication*>(QCoreApplication::instance());
-        std::vector<double> turnsMs;
-        std::vector<double> turnsCpuMs;
-        const QMetaObject::Connection onBlock =
-            QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, [&] {
-                const auto [busy, cpu] = app->takeBusyMs();
-                if (busy > 0) {
-                    turnsMs.push_back(busy);
-                    turnsCpuMs.push_back(cpu);
-                }
-            });
+        qtbench::TurnRecorder turns;
 
-        const std::uint64_t seconds = static_cast<std::uint64_t>(streamSeconds());
+        const std::uint64_t seconds = static_cast<std::uint64_t>(qtbench::streamSeconds(10));
         const std::uint64_t totalQuotes = seconds * kQuotesPerSecond;
         const std::uint64_t totalHeadlines = seconds * kHeadlinesPerSecond;
         std::uint64_t quotes = 0;
         std::uint64_t headlines = 0;
-        QElapsedTimer elapsed;
-        elapsed.start();
-        QEventLoop loop;
-        QTimer ticker;
-        ticker.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&ticker, &QTimer::timeout, [&] {
-            const auto ms = static_cast<std::uint64_t>(elapsed.elapsed());
+        const double ranSeconds = qtbench::runTicking(turns, [&](qint64 elapsedMs) {
+            const auto ms = static_cast<std::uint64_t>(elapsedMs);
             const std::uint64_t dueQuotes = std::min(totalQuotes, ms * kQuotesPerSecond / 1000);
             const std::uint64_t dueHeadlines = std::min(totalHeadlines, ms * kHeadlinesPerSecond / 1000);
             for (; quotes < dueQuotes; ++quotes) {
@@ -232,30 +151,15 @@ void BM_QuotesBesideStreamingNews(benchmark::State& state) {
             for (; headlines < dueHeadlines; ++headlines) {
                 terminal.pushHeadline(headlines);
             }
-            if (quotes >= totalQuotes && headlines >= totalHeadlines) {
-                loop.quit();
-            }
+            return quotes < totalQuotes || headlines < totalHeadlines;
         });
-        ticker.start(1);
-        app->takeBusyMs();
-        loop.exec();
-        QObject::disconnect(onBlock);
 
         state.counters["quotes"] = static_cast<double>(quotes);
         state.counters["headlines"] = static_cast<double>(headlines);
         state.counters["quote_rows"] = terminal.quoteRows();
         state.counters["grid_rows"] = static_cast<double>(terminal.headlineRows());
-        state.counters["turns"] = static_cast<double>(turnsMs.size());
-        state.counters["median_ms"] = percentile(turnsMs, 0.5);
-        state.counters["p99_ms"] = percentile(turnsMs, 0.99);
-        state.counters["worst_ms"] = percentile(turnsMs, 1.0);
-        state.counters["over_16ms"] =
-            static_cast<double>(std::count_if(turnsMs.begin(), turnsMs.end(), [](double ms) { return ms > 16.0; }));
-        state.counters["cpu_median_ms"] = percentile(turnsCpuMs, 0.5);
-        state.counters["cpu_worst_ms"] = percentile(turnsCpuMs, 1.0);
-        state.counters["cpu_over_16ms"] = static_cast<double>(
-            std::count_if(turnsCpuMs.begin(), turnsCpuMs.end(), [](double ms) { return ms > 16.0; }));
-        state.SetIterationTime(static_cast<double>(elapsed.elapsed()) / 1000.0);
+        qtbench::reportTurns(state, turns);
+        state.SetIterationTime(ranSeconds);
     }
 }
 BENCHMARK(BM_QuotesBesideStreamingNews)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
@@ -263,17 +167,5 @@ BENCHMARK(BM_QuotesBesideStreamingNews)->Iterations(1)->UseManualTime()->Unit(be
 } // namespace
 
 int main(int argc, char** argv) {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
-    QTemporaryDir runtimeDir(QDir::tempPath() + QStringLiteral("/qt-quote-bench-XXXXXX"));
-    if (runtimeDir.isValid()) {
-        QFile::setPermissions(runtimeDir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        qputenv("XDG_RUNTIME_DIR", runtimeDir.path().toLocal8Bit());
-    }
-    TimedApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return qtbench::runBenchmarks<qtbench::TimedApplication>(argc, argv, "qt-quote-bench");
 }

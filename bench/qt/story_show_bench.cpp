@@ -10,11 +10,7 @@
 // and a synchronous repaint of the story. The two stories alternate, so every show lays a new
 // text out. Each repetition is one show; the median is the figure to read.
 
-#include <QApplication>
-#include <QDir>
-#include <QFile>
 #include <QPlainTextEdit>
-#include <QTemporaryDir>
 #include <filesystem>
 #include <memory>
 #include <random>
@@ -24,6 +20,7 @@
 #include "adapters/headless/scripted_backend.h"
 #include "adapters/qt/qt_ui_host.h"
 #include "adapters/qt/services.h"
+#include "bench/qt/qt_bench_support.h"
 #include "host/backend/subscriptions.h"
 #include "host/framework/host_context.h"
 #include "host/framework/sync_info.h"
@@ -167,18 +164,5 @@ BENCHMARK(BM_ShowMarkedStory)->Iterations(1)->Repetitions(31)->Unit(benchmark::k
 } // namespace
 
 int main(int argc, char** argv) {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
-    QTemporaryDir runtimeDir(QDir::tempPath() + QStringLiteral("/qt-story-bench-XXXXXX"));
-    if (runtimeDir.isValid()) {
-        QFile::setPermissions(runtimeDir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        qputenv("XDG_RUNTIME_DIR", runtimeDir.path().toLocal8Bit());
-    }
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    g_show.reset();
-    benchmark::Shutdown();
-    return 0;
+    return qtbench::runBenchmarks(argc, argv, "qt-story-bench", [] { g_show.reset(); });
 }

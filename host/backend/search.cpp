@@ -4,6 +4,8 @@
 #include <optional>
 #include <string_view>
 
+#include "host/text/escape.h"
+
 // Text form, one line:
 //   CSearch/1;s=<scope>;m=<method>;t=<time>;f=<0|1>;k=<count>:<item>,<item>...;y=<count>:<item>,...
 // Items escape '%', ';', ',', '=', blanks, control bytes and 0x7F as %XX (two upper-case hex
@@ -17,71 +19,11 @@ bool needsEscape(unsigned char c) {
     return c < 0x21 || c == 0x7F || c == '%' || c == ';' || c == ',' || c == '=';
 }
 
-void appendEscaped(CString& out, std::string_view item) {
-    static constexpr char kHex[] = "0123456789ABCDEF";
-    for (const char ch : item) {
-        const auto c = static_cast<unsigned char>(ch);
-        if (needsEscape(c)) {
-            out += '%';
-            out += kHex[c >> 4];
-            out += kHex[c & 0x0F];
-        } else {
-            out += ch;
-        }
-    }
-}
-
 void appendList(CString& out, std::string_view name, const std::vector<CString>& items) {
     out += ';';
     out += name;
     out += '=';
-    out += std::to_string(items.size());
-    out += ':';
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        if (i > 0) {
-            out += ',';
-        }
-        appendEscaped(out, items[i]);
-    }
-}
-
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    if (c >= 'A' && c <= 'F') {
-        return c - 'A' + 10;
-    }
-    return -1;
-}
-
-std::optional<CString> unescape(std::string_view item) {
-    CString out;
-    out.reserve(item.size());
-    for (std::size_t i = 0; i < item.size(); ++i) {
-        const auto c = static_cast<unsigned char>(item[i]);
-        if (c == '%') {
-            if (i + 2 >= item.size()) {
-                return std::nullopt;
-            }
-            const int hi = hexValue(item[i + 1]);
-            const int lo = hexValue(item[i + 2]);
-            if (hi < 0 || lo < 0) {
-                return std::nullopt;
-            }
-            const auto decoded = static_cast<unsigned char>(hi * 16 + lo);
-            if (!needsEscape(decoded)) {
-                return std::nullopt; // only escaped bytes may be written escaped: one text, one form
-            }
-            out += static_cast<char>(decoded);
-            i += 2;
-        } else if (needsEscape(c)) {
-            return std::nullopt;
-        } else {
-            out += static_cast<char>(c);
-        }
-    }
-    return out;
+    text::appendCountedList(out, items, needsEscape);
 }
 
 // Splits "name=value" fields at ';' (items never contain a raw ';').
@@ -125,46 +67,6 @@ template <class Int> std::optional<Int> parseInt(std::string_view text) {
     return value;
 }
 
-std::optional<std::vector<CString>> parseList(std::string_view value) {
-    const std::size_t colon = value.find(':');
-    if (colon == std::string_view::npos) {
-        return std::nullopt;
-    }
-    const auto count = parseInt<std::size_t>(value.substr(0, colon));
-    if (!count) {
-        return std::nullopt;
-    }
-    const std::string_view body = value.substr(colon + 1);
-    std::vector<CString> items;
-    if (*count == 0) {
-        if (!body.empty()) {
-            return std::nullopt;
-        }
-        return items;
-    }
-    if (*count > body.size() + 1) {
-        return std::nullopt;
-    }
-    std::size_t start = 0;
-    while (true) {
-        const std::size_t comma = body.find(',', start);
-        const std::string_view raw = body.substr(start, comma == std::string_view::npos ? comma : comma - start);
-        auto item = unescape(raw);
-        if (!item) {
-            return std::nullopt;
-        }
-        items.push_back(std::move(*item));
-        if (comma == std::string_view::npos) {
-            break;
-        }
-        start = comma + 1;
-    }
-    if (items.size() != *count) {
-        return std::nullopt;
-    }
-    return items;
-}
-
 } // namespace
 
 void CSearch::GetString(CString& out) const {
@@ -203,8 +105,8 @@ bool CSearch::LoadStringA(const CString& text) {
     const auto method = parseInt<unsigned>(*methodText);
     // Parsed with its sign, so the most negative time (which has no positive twin) loads too.
     const auto time = parseInt<std::int64_t>(*timeText);
-    auto keywords = parseList(*keywordText);
-    auto symbols = parseList(*symbolText);
+    auto keywords = text::decodeCountedList(*keywordText, needsEscape);
+    auto symbols = text::decodeCountedList(*symbolText, needsEscape);
     if (!scope || *scope > 255 || !method || *method > 255 || !time || (*flagText != "0" && *flagText != "1") ||
         !keywords || !symbols) {
         return false;

@@ -313,6 +313,11 @@ void QuoteListBaseView::vWriteRow(std::size_t index) {
         CString text;
         COLORREF fg = normal;
         bool limitCell = false;
+        // A price cell: the price, coloured by its side of the reference price.
+        const auto showPrice = [&](std::int32_t price) {
+            text = quote_price::priceText(price);
+            fg = crPriceColor(price, m.m_iRefPrice);
+        };
         switch (m_vColumns[i]) {
         case kColCode:
             text = row.symbol.m_strCode;
@@ -321,8 +326,7 @@ void QuoteListBaseView::vWriteRow(std::size_t index) {
             text = m.m_strName;
             break;
         case kColLast:
-            text = quote_price::priceText(m.m_iLast);
-            fg = crPriceColor(m.m_iLast, m.m_iRefPrice);
+            showPrice(m.m_iLast);
             limitCell = m.m_iLast > 0 && (m.m_iLast == m.m_iLimitUp || m.m_iLast == m.m_iLimitDown);
             break;
         case kColChange:
@@ -337,24 +341,19 @@ void QuoteListBaseView::vWriteRow(std::size_t index) {
             text = row.hasMemory && m.m_llVolume > 0 ? std::to_string(m.m_llVolume) : CString{};
             break;
         case kColBid:
-            text = quote_price::priceText(m.m_iBid);
-            fg = crPriceColor(m.m_iBid, m.m_iRefPrice);
+            showPrice(m.m_iBid);
             break;
         case kColAsk:
-            text = quote_price::priceText(m.m_iAsk);
-            fg = crPriceColor(m.m_iAsk, m.m_iRefPrice);
+            showPrice(m.m_iAsk);
             break;
         case kColOpen:
-            text = quote_price::priceText(m.m_iOpen);
-            fg = crPriceColor(m.m_iOpen, m.m_iRefPrice);
+            showPrice(m.m_iOpen);
             break;
         case kColHigh:
-            text = quote_price::priceText(m.m_iHigh);
-            fg = crPriceColor(m.m_iHigh, m.m_iRefPrice);
+            showPrice(m.m_iHigh);
             break;
         case kColLow:
-            text = quote_price::priceText(m.m_iLow);
-            fg = crPriceColor(m.m_iLow, m.m_iRefPrice);
+            showPrice(m.m_iLow);
             break;
         case kColReference:
             text = quote_price::priceText(m.m_iRefPrice);

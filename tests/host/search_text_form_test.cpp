@@ -80,13 +80,7 @@ TEST(SearchTextForm, MalformedTextIsRefusedAndLeavesTheRecordUnchanged) {
         "CSearch/1;s=01;m=0;t=0;f=1;k=0:;y=0:",                   // second spelling of a number
         "CSearch/1;s=0;m=0;t=x;f=1;k=0:;y=0:",                    // bad time
         "CSearch/1;s=0;m=0;t=0;f=2;k=0:;y=0:",                    // bad flag
-        "CSearch/1;s=0;m=0;t=0;f=1;k=2:a;y=0:",                   // count does not match
-        "CSearch/1;s=0;m=0;t=0;f=1;k=1:a,b;y=0:",                 // count does not match
-        "CSearch/1;s=0;m=0;t=0;f=1;k=0:a;y=0:",                   // text after an empty list
-        "CSearch/1;s=0;m=0;t=0;f=1;k=1:%4;y=0:",                  // cut escape
-        "CSearch/1;s=0;m=0;t=0;f=1;k=1:%zz;y=0:",                 // bad escape
-        "CSearch/1;s=0;m=0;t=0;f=1;k=1:%41;y=0:",                 // escape of a byte that needs none
-        "CSearch/1;s=0;m=0;t=0;f=1;k=1:a b;y=0:",                 // raw blank
+        "CSearch/1;s=0;m=0;t=0;f=1;k=1:%zz;y=0:",                 // a bad item (list rules: SettingTextList)
         "CSearch/1;s=0;m=0;t=0;f=1;k=0:;y=0:;z=1",                // trailing field
         "CSearch/1;s=0;m=0;t=99999999999999999999;f=1;k=0:;y=0:", // time overflow
     };

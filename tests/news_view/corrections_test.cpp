@@ -13,14 +13,6 @@ using host::ui::Date;
 class CorrectionsTest : public NewsViewTest {
 protected:
     void conditions(std::vector<RelationCondition> list) { m_view->RelationConditions() = std::move(list); }
-    std::vector<std::int32_t> seqs(int list) const {
-        std::vector<std::int32_t> out;
-        const HeadlineTableList& table = *m_view->GetTable(list);
-        for (std::size_t i = 0; i < table.size(); ++i) {
-            out.push_back(table[i].m_iSeqNo);
-        }
-        return out;
-    }
     // A view with the relation list and a condition that keeps headlines naming TSMC.
     void createRelationView() {
         Options options;

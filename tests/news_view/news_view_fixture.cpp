@@ -94,6 +94,15 @@ CHeadlineTable NewsViewTest::addNews(unsigned char service, std::int64_t time, s
     return m_backend.addHeadline(headline);
 }
 
+std::vector<std::int32_t> NewsViewTest::seqs(int list) const {
+    std::vector<std::int32_t> out;
+    const HeadlineTableList& table = *m_view->GetTable(list);
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        out.push_back(table[i].m_iSeqNo);
+    }
+    return out;
+}
+
 headless::HeadlessSheet& NewsViewTest::sheet(int list) {
     auto* grid = dynamic_cast<headless::HeadlessSheet*>(m_view->GetSheet(list));
     if (grid == nullptr) {

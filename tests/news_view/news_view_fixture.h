@@ -63,6 +63,8 @@ protected:
                            int category = 1);
     headless::HeadlessSheet& sheet(int list);
     host::ui::Window* control(int id) const { return m_view->GetWnd()->child(id); }
+    // Sequence numbers of a list's entries, top first.
+    std::vector<std::int32_t> seqs(int list) const;
     // Lets the deferred refresh run.
     void refresh() { m_host.advanceBy(news::kRefreshDelayMs); }
 

@@ -16,14 +16,6 @@ protected:
         m_backend.setCategories(16, {{"1", "Revenue"}, {"2", "Meeting"}});
         m_backend.setCategories(22, {{"1", "Revenue"}});
     }
-    std::vector<std::int32_t> seqs(int list) const {
-        std::vector<std::int32_t> out;
-        const HeadlineTableList& table = *m_view->GetTable(list);
-        for (std::size_t i = 0; i < table.size(); ++i) {
-            out.push_back(table[i].m_iSeqNo);
-        }
-        return out;
-    }
     std::vector<std::string> callsLike(const std::string& text, std::size_t mark) const {
         std::vector<std::string> out;
         for (const std::string& call : m_backend.callsSince(mark)) {

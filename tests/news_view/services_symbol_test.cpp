@@ -95,6 +95,12 @@ TEST_F(ServicesSymbolTest, SymbolChangesAreTakenOnlyFromTheViewsOwnLinkGroup) {
     EXPECT_EQ(m_view->GetSymbolCode(), "2317") << "a change from the view itself is always taken";
     EXPECT_EQ(m_view->GetTable(news::kModeSymbol)->size(), 0u);
 
+    // Pushed headlines join the symbol list only for the view's symbol.
+    m_view->SwitchFunction(news::kModeSymbol);
+    m_backend.pushHeadline(CHeadline{16, taipei(9, 10), 3, "Foxconn call"}, "2", "2317");
+    m_backend.pushHeadline(CHeadline{16, taipei(9, 20), 4, "chips again"}, "6", "2330");
+    EXPECT_EQ(seqs(news::kModeSymbol), std::vector<std::int32_t>{3});
+
     m_view->ChangeSymbol(m_view.get(), 0, 16, "9999", "");
     EXPECT_EQ(m_view->GetSymbolService(), 0) << "an unknown symbol clears the view's own symbol";
 }

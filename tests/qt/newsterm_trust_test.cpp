@@ -7,6 +7,8 @@
 #include <QDateEdit>
 #include <QDateTime>
 #include <QFile>
+#include <QHeaderView>
+#include <QHelpEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QScrollBar>
@@ -16,12 +18,16 @@
 #include <QTabBar>
 #include <QTableView>
 #include <QTest>
+#include <QToolTip>
 #include <QWheelEvent>
 #include <chrono>
 #include <csignal>
 
 #include "adapters/qt/qt_ui_host.h"
+#include "adapters/qt/sheet_model.h"
+#include "adapters/qt/sheet_window.h"
 #include "apps/newsterm/backend_session.h"
+#include "apps/newsterm/font_size.h"
 #include "apps/newsterm/main_window.h"
 #include "apps/newsterm/qt_translation.h"
 #include "apps/newsterm/quit_signals.h"
@@ -58,80 +64,28 @@ QByteArray headlineLine(int service, int seq, const char* title, const char* sym
         .toUtf8();
 }
 
-// The real window, opened and closed on one data folder as often as a test likes: each start
-// is a new session, a new clock over the same base time and the settings saved last time.
+// The real window on a feed of each test's own, its clock following the news day as newsterm's
+// does; a restart stops the back end too and starts both again on the same data folder.
 class NewstermTrustTest : public NewstermWindowTest {
 protected:
-    void SetUp() override { ASSERT_TRUE(m_folder.isValid()); }
-    void TearDown() override { stop(); }
+    void SetUp() override {}
 
-    void start(const QByteArray& feed) {
-        const QString feedPath = m_folder.filePath(QStringLiteral("feed.jsonl"));
-        {
-            QFile file(feedPath);
-            ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-            file.write(feed);
-        }
-        m_clock = std::make_unique<newsterm::TermClock>(m_base);
-        m_dispatcher = std::make_unique<qthost::QtUiDispatcher>();
-        m_ui = std::make_unique<qthost::QtUiHost>();
-        host::HostContext::current() = host::HostContext{m_ui.get(), m_clock.get(), m_dispatcher.get()};
-        newsterm::TermOptions options;
-        options.feedFile = feedPath;
-        options.speed = 0;
-        options.dataDir = m_folder.filePath(QStringLiteral("data"));
-        options.language = QStringLiteral("zh-TW");
-        options.resourcesDir = QStringLiteral(NEWS_RESOURCES_DIR);
-        m_session = std::make_unique<newsterm::BackendSession>(options, *m_dispatcher, *m_clock);
-        m_session->followNewsDays(*m_clock);
-        const QStringList problems = m_session->start();
-        ASSERT_FALSE(m_session->feedFailed()) << qPrintable(problems.join(QLatin1Char('\n')));
-        ASSERT_TRUE(m_session->backend().waitReplayFinished(std::chrono::seconds(10)));
-        drainEvents();
-        RegisterNewsModule();
-        m_settings = std::make_unique<newsterm::TermSettings>(m_folder.filePath(QStringLiteral("layout.cfg")));
-        ASSERT_TRUE(m_settings->load().isEmpty());
-        m_window = std::make_unique<newsterm::MainWindow>(*m_ui, *m_session, *m_settings, QStringLiteral("zh-TW"));
-        showActive(m_window.get());
+    void start(const QByteArray& feed, std::int64_t replayAt, std::int64_t openAt) {
+        TerminalStart terminal;
+        terminal.feed = feed;
+        terminal.replayAt = replayAt;
+        terminal.openAt = openAt;
+        terminal.followNewsDays = true;
+        startTerminal(terminal);
+    }
+    void start(const QByteArray& feed, std::int64_t at) { start(feed, at, at); }
+    void restart() {
+        const std::int64_t at = baseClock().nowMs() / 1000;
+        stopTerminal();
+        start(QByteArray(), at);
     }
 
-    void stop() {
-        if (m_window) {
-            m_window->close();
-        }
-        m_window.reset();
-        drainEvents();
-        m_session.reset();
-        m_dispatcher.reset();
-        host::HostContext::current() = host::HostContext{};
-        m_ui.reset();
-        m_settings.reset();
-        drainEvents();
-    }
-
-    // A headline the feed sends now, on the service's current day.
-    void push(int service, int seq, const char* title, const char* symbol) {
-        embedded::FeedEvent e;
-        e.kind = embedded::FeedEventKind::Headline;
-        e.service = static_cast<unsigned char>(service);
-        e.seq = seq;
-        e.time = m_clock->now();
-        e.title = cp950::fromUtf8(title);
-        e.symbols.push_back(CSymbolInfo{e.service, symbol, {}});
-        m_session->backend().ingest({e});
-    }
-
-    QAction* toolbarAction(const char* label) const {
-        for (QAction* action : m_window->findChildren<QAction*>()) {
-            if (action->text() == utf8(label)) {
-                return action;
-            }
-        }
-        ADD_FAILURE() << "no action " << label;
-        return nullptr;
-    }
-    QDate pickerDate() const { return widget<QDateEdit>(news::kIdDatePicker)->date(); }
-    int clockDay() const { return embedded::localDayOf(m_clock->now()); }
+    int clockDay() const { return embedded::localDayOf(nowSeconds()); }
     bool allTitlesStartWith(int mode, const QString& prefix) const {
         for (int row = 0; row < rowCount(mode); ++row) {
             if (!title(mode, row).startsWith(prefix)) {
@@ -140,71 +94,31 @@ protected:
         }
         return true;
     }
-    void clickTab(int mode) {
-        auto* tabs = widget<QTabBar>(news::kIdTabStrip);
-        auto* strip = dynamic_cast<host::ui::TabStrip*>(control(news::kIdTabStrip));
-        for (int i = 0; i < strip->itemCount(); ++i) {
-            if (strip->itemData(i) == mode) {
-                click(tabs, tabs->tabRect(i).center());
-                return;
-            }
-        }
-        FAIL() << "no tab for mode " << mode;
-    }
     // A day clicked in the date picker's calendar, the way a person pages the days.
     void pickDay(QDate day) {
-        auto* picker = widget<QDateEdit>(news::kIdDatePicker);
-        QStyleOptionComboBox option;
-        option.initFrom(picker);
-        option.editable = true;
-        option.subControls = QStyle::SC_All;
-        const QRect arrow =
-            picker->style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxArrow, picker);
-        click(picker, arrow.center());
-        ASSERT_NE(openPopup(), nullptr) << "the calendar did not open";
-        auto* days = picker->calendarWidget()->findChild<QTableView*>(QStringLiteral("qt_calendar_calendarview"));
-        ASSERT_NE(days, nullptr);
-        const QAbstractItemModel* model = days->model();
-        for (int row = 1; row < model->rowCount(); ++row) {
-            for (int column = 1; column < model->columnCount(); ++column) {
-                const QModelIndex index = model->index(row, column);
-                if (index.data().toString() == QString::number(day.day())) {
-                    click(days->viewport(), days->visualRect(index).center());
-                    ASSERT_TRUE(noPopup());
-                    return;
-                }
-            }
-        }
-        FAIL() << "day " << day.day() << " is not in the calendar";
+        QCalendarWidget* calendar = openCalendar();
+        ASSERT_NE(calendar, nullptr) << "the calendar did not open";
+        clickDay(calendar, day.day());
+        ASSERT_TRUE(noPopup());
     }
-
-    SetClock m_base;
-    QTemporaryDir m_folder;
-    std::unique_ptr<newsterm::TermClock> m_clock;
-    std::unique_ptr<qthost::QtUiDispatcher> m_dispatcher;
-    std::unique_ptr<qthost::QtUiHost> m_ui;
-    std::unique_ptr<newsterm::BackendSession> m_session;
-    std::unique_ptr<newsterm::TermSettings> m_settings;
-    std::unique_ptr<newsterm::MainWindow> m_window;
 };
 
 TEST_F(NewstermTrustTest, ASimulatedNewDayMovesTheClockKeepsItsNewsApartAndSurvivesARestart) {
     const QDate today(2024, 5, 15);
     const QDate tomorrow = today.addDays(1);
-    m_base.set(QDateTime(today, QTime(12, 0)).toSecsSinceEpoch());
     QByteArray feed;
     for (int seq = 1; seq <= 3; ++seq) {
         feed += headlineLine(16, seq, "今日新聞", "2330");
     }
-    start(feed);
+    start(feed, localSeconds(today, 12));
     ASSERT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == 3; }));
 
-    QAction* newDay = toolbarAction("新的新聞日");
+    QAction* newDay = action("新的新聞日");
     ASSERT_NE(newDay, nullptr);
     newDay->trigger();
     ASSERT_TRUE(waitUntil([&] { return pickerDate() == tomorrow; })) << "the view follows the new day";
     EXPECT_EQ(clockDay(), 20240516) << "the terminal's clock moved with the news day";
-    EXPECT_EQ(m_session->latestNewsDay(), 20240516);
+    EXPECT_EQ(session().latestNewsDay(), 20240516);
     EXPECT_EQ(rowCount(news::kModeAllNews), 0);
     push(16, 1, "明日新聞一", "2330");
     ASSERT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == 1; }));
@@ -220,8 +134,7 @@ TEST_F(NewstermTrustTest, ASimulatedNewDayMovesTheClockKeepsItsNewsApartAndSurvi
 
     // A restart at the same wall-clock time opens on the stored day, and its pushes land on
     // its own list, never on the day before's.
-    stop();
-    start(QByteArray());
+    restart();
     EXPECT_EQ(clockDay(), 20240516);
     EXPECT_EQ(pickerDate(), tomorrow);
     ASSERT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == 1; }));
@@ -231,36 +144,35 @@ TEST_F(NewstermTrustTest, ASimulatedNewDayMovesTheClockKeepsItsNewsApartAndSurvi
 }
 
 TEST_F(NewstermTrustTest, HongKongSymbolsSourceLinkBadLinesAndAStopBySignal) {
-    m_base.set(QDateTime(QDate(2024, 5, 15), QTime(10, 0)).toSecsSinceEpoch());
     QByteArray feed = headlineLine(16, 1, "台積電新聞", "2330");
     feed += "{\"at\":0,\"event\":\"headline\",\"service\":22}\n";
     feed += headlineLine(22, 1, "騰訊控股新聞一", "00700");
     feed += headlineLine(22, 2, "騰訊控股新聞二", "00700");
-    start(feed);
-    newsterm::StatusPanel& panel = m_window->statusPanel();
-    EXPECT_TRUE(waitUntil([&] { return m_window->statusBar()->currentMessage().contains(utf8("第 2 行")); }))
-        << "the bad line is reported with its number: " << qPrintable(m_window->statusBar()->currentMessage());
+    start(feed, localSeconds(kToday, 10));
+    newsterm::StatusPanel& panel = window().statusPanel();
+    EXPECT_TRUE(waitUntil([&] { return window().statusBar()->currentMessage().contains(utf8("第 2 行")); }))
+        << "the bad line is reported with its number: " << qPrintable(window().statusBar()->currentMessage());
     EXPECT_EQ(panel.sourceText(), utf8("重播：feed.jsonl"));
     EXPECT_TRUE(panel.linkText().contains(utf8("即時連線")));
 
     // 00700 typed in the symbol box is followed by the symbol tab.
-    auto* symbolBox = m_window->findChild<QLineEdit*>(QStringLiteral("symbolEntry"));
+    auto* symbolBox = window().findChild<QLineEdit*>(QStringLiteral("symbolEntry"));
     ASSERT_NE(symbolBox, nullptr);
     symbolBox->setText(QStringLiteral("00700"));
     QTest::keyClick(symbolBox, Qt::Key_Return);
-    EXPECT_TRUE(m_window->statusBar()->currentMessage().contains(QStringLiteral("00700")))
-        << qPrintable(m_window->statusBar()->currentMessage());
+    EXPECT_TRUE(window().statusBar()->currentMessage().contains(QStringLiteral("00700")))
+        << qPrintable(window().statusBar()->currentMessage());
     clickTab(news::kModeSymbol);
     ASSERT_TRUE(waitUntil([&] { return rowCount(news::kModeSymbol) == 2; }))
         << "Hong Kong news of 00700: " << rowCount(news::kModeSymbol);
     EXPECT_TRUE(allTitlesStartWith(news::kModeSymbol, utf8("騰訊控股")));
 
     // The link indicator stays what the link is, whatever message passes.
-    QAction* link = toolbarAction("連線中");
+    QAction* link = action("連線中");
     ASSERT_NE(link, nullptr);
     link->trigger();
     EXPECT_TRUE(waitUntil([&] { return panel.linkText().contains(utf8("已斷線")); }));
-    m_window->statusBar()->showMessage(QStringLiteral("passing"));
+    window().statusBar()->showMessage(QStringLiteral("passing"));
     EXPECT_TRUE(panel.linkText().contains(utf8("已斷線")));
     link->trigger();
     EXPECT_TRUE(waitUntil([&] { return panel.linkText().contains(utf8("即時連線")); }));
@@ -271,35 +183,24 @@ TEST_F(NewstermTrustTest, HongKongSymbolsSourceLinkBadLinesAndAStopBySignal) {
 
     // SIGTERM closes the window like a person would, and the symbol comes back next time.
     {
-        const newsterm::QuitSignals quitSignals([this](int) { m_window->close(); });
+        const newsterm::QuitSignals quitSignals([this](int) { window().close(); });
         ASSERT_TRUE(quitSignals.active());
         std::raise(SIGTERM);
-        ASSERT_TRUE(waitUntil([&] { return !m_window->isVisible(); }));
+        ASSERT_TRUE(waitUntil([&] { return !window().isVisible(); }));
     }
-    ASSERT_TRUE(QFile::exists(m_folder.filePath(QStringLiteral("layout.cfg"))));
-    stop();
-    start(QByteArray());
-    EXPECT_EQ(m_window->findChild<QLineEdit*>(QStringLiteral("symbolEntry"))->text(), QStringLiteral("2317"));
+    ASSERT_TRUE(QFile::exists(settingsPath()));
+    restart();
+    EXPECT_EQ(window().findChild<QLineEdit*>(QStringLiteral("symbolEntry"))->text(), QStringLiteral("2317"));
 }
 
 TEST_F(NewstermTrustTest, GeneratedNewsIsMarkedInTheTitleAndTheStatusBar) {
-    m_base.set(QDateTime(QDate(2024, 5, 15), QTime(10, 0)).toSecsSinceEpoch());
-    m_clock = std::make_unique<newsterm::TermClock>(m_base);
-    m_dispatcher = std::make_unique<qthost::QtUiDispatcher>();
-    m_ui = std::make_unique<qthost::QtUiHost>();
-    host::HostContext::current() = host::HostContext{m_ui.get(), m_clock.get(), m_dispatcher.get()};
-    newsterm::TermOptions options;
-    options.speed = 1;
-    options.dataDir = m_folder.filePath(QStringLiteral("data"));
-    options.language = QStringLiteral("en");
-    options.resourcesDir = QStringLiteral(NEWS_RESOURCES_DIR);
-    m_session = std::make_unique<newsterm::BackendSession>(options, *m_dispatcher, *m_clock);
-    EXPECT_TRUE(m_session->start().isEmpty());
-    RegisterNewsModule();
-    m_settings = std::make_unique<newsterm::TermSettings>(m_folder.filePath(QStringLiteral("layout.cfg")));
-    m_window = std::make_unique<newsterm::MainWindow>(*m_ui, *m_session, *m_settings, QStringLiteral("en"));
-    EXPECT_TRUE(m_window->windowTitle().contains(QStringLiteral("generated")));
-    EXPECT_TRUE(m_window->statusPanel().sourceText().startsWith(QStringLiteral("Generated news")));
+    TerminalStart generated;
+    generated.generated = true;
+    generated.replayAt = generated.openAt = localSeconds(kToday, 10);
+    generated.language = QStringLiteral("en");
+    EXPECT_TRUE(startTerminal(generated).isEmpty());
+    EXPECT_TRUE(window().windowTitle().contains(QStringLiteral("generated")));
+    EXPECT_TRUE(window().statusPanel().sourceText().startsWith(QStringLiteral("Generated news")));
 }
 
 TEST_F(NewstermTrustTest, ATerminalOnTheDistributionNamesItAndSaysWhyItIsDisconnected) {
@@ -328,7 +229,6 @@ TEST_F(NewstermTrustTest, ATerminalOnTheDistributionNamesItAndSaysWhyItIsDisconn
 // The list stays put while the user reads further down: new headlines arriving at the top do
 // not move the rows on screen. Back at the top, new headlines show as they come.
 TEST_F(NewstermTrustTest, TheListStaysPutWhileScrolledAwayFromTheTop) {
-    m_base.set(QDateTime(QDate(2024, 5, 15), QTime(10, 0)).toSecsSinceEpoch());
     QByteArray feed;
     for (int seq = 1; seq <= 80; ++seq) {
         feed += QStringLiteral("{\"at\":%1,\"event\":\"headline\",\"service\":16,\"seq\":%1,\"title\":\"舊聞%1\","
@@ -336,9 +236,7 @@ TEST_F(NewstermTrustTest, TheListStaysPutWhileScrolledAwayFromTheTop) {
                     .arg(seq)
                     .toUtf8();
     }
-    m_base.set(QDateTime(QDate(2024, 5, 15), QTime(9, 0)).toSecsSinceEpoch());
-    start(feed);
-    m_base.set(QDateTime(QDate(2024, 5, 15), QTime(10, 0)).toSecsSinceEpoch());
+    start(feed, localSeconds(kToday, 9), localSeconds(kToday, 10));
     ASSERT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == 80; }));
     QTableView* table = grid(news::kModeAllNews);
     const auto topTitle = [&] { return title(news::kModeAllNews, table->rowAt(0)); };
@@ -349,6 +247,8 @@ TEST_F(NewstermTrustTest, TheListStaysPutWhileScrolledAwayFromTheTop) {
     QWheelEvent wheel(at, table->viewport()->mapToGlobal(at), QPoint(), QPoint(0, -360), Qt::NoButton, Qt::NoModifier,
                       Qt::NoScrollPhase, false);
     QApplication::sendEvent(table->viewport(), &wheel);
+    // Rows scrolled into view are written by the view's deferred refresh.
+    ASSERT_TRUE(waitUntil([&] { return !topTitle().isEmpty(); }));
     const QString reading = topTitle();
     ASSERT_NE(reading, utf8("舊聞80")) << "the wheel did not scroll";
     for (int seq = 81; seq <= 85; ++seq) {
@@ -360,35 +260,120 @@ TEST_F(NewstermTrustTest, TheListStaysPutWhileScrolledAwayFromTheTop) {
 
     // Home: the newest first, and what comes now shows at the top.
     table->verticalScrollBar()->setValue(0);
-    m_base.set(QDateTime(QDate(2024, 5, 15), QTime(10, 5)).toSecsSinceEpoch());
+    baseClock().set(localSeconds(kToday, 10, 5));
     push(16, 86, "最新新聞", "2330");
     ASSERT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == 86; }));
     EXPECT_TRUE(waitUntil([&] { return topTitle() == utf8("最新新聞"); })) << qPrintable(topTitle());
 }
 
-// Another language applies at once, to the terminal, the news view and Qt's own dialogs.
-TEST_F(NewstermTrustTest, ALanguageChosenInTheMenuAppliesAtOnce) {
-    m_base.set(QDateTime(QDate(2024, 5, 15), QTime(10, 0)).toSecsSinceEpoch());
-    start(headlineLine(16, 1, "台積電新聞", "2330"));
+// What a trader's keyboard and eyes expect of the window: tabs by key from the grid and from the
+// symbol box, Ctrl+L to the symbol box, English headers that fit, a font size the layout follows
+// and that survives a restart, pushed rows marked, cut titles shown whole in a tooltip.
+TEST_F(NewstermWindowTest, KeysFontSizeNewRowsAndTooltipsInTheWindow) {
+    // Another language applies at once, to the terminal, the news view and Qt's own dialogs, and
+    // its column headers fit, in the normal font and a larger one.
+    const int listed = rowCount(news::kModeAllNews);
     ASSERT_TRUE(newsterm::useQtTranslation(QStringLiteral("zh-TW"))) << "qt6-translations-l10n is missing";
     EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Cancel"), utf8("取消"));
-    auto* tabs = widget<QTabBar>(news::kIdTabStrip);
-    ASSERT_NE(tabs, nullptr);
-    EXPECT_EQ(tabs->tabText(0), utf8("全部新聞"));
-
-    QAction* english = toolbarAction("English");
-    ASSERT_NE(english, nullptr);
-    english->trigger();
+    action("English")->trigger();
     drainEvents();
-    EXPECT_EQ(m_window->windowTitle(), QStringLiteral("News terminal"));
-    tabs = widget<QTabBar>(news::kIdTabStrip);
-    ASSERT_NE(tabs, nullptr);
-    EXPECT_EQ(tabs->tabText(0), QStringLiteral("All News"));
+    EXPECT_EQ(window().windowTitle(), QStringLiteral("News terminal"));
+    EXPECT_EQ(widget<QTabBar>(news::kIdTabStrip)->tabText(0), QStringLiteral("All News"));
     EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Cancel"), QStringLiteral("Cancel"));
-    EXPECT_TRUE(m_window->statusPanel().linkText().contains(QStringLiteral("Live")));
-    ASSERT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == 1; })) << "the view came back with its news";
-    EXPECT_EQ(m_settings->language(), QStringLiteral("en"));
+    EXPECT_TRUE(window().statusPanel().linkText().contains(QStringLiteral("Live")));
+    EXPECT_TRUE(waitUntil([&] { return rowCount(news::kModeAllNews) == listed; }))
+        << "the view came back with its news: " << rowCount(news::kModeAllNews) << " of " << listed;
+    {
+        newsterm::TermSettings saved(settingsPath());
+        ASSERT_TRUE(saved.load().isEmpty());
+        EXPECT_EQ(saved.language(), QStringLiteral("en"));
+    }
+    const auto headersFit = [this] {
+        const QTableView* table = grid(news::kModeAllNews);
+        const QHeaderView* header = table->horizontalHeader();
+        for (int col = 0; col < table->model()->columnCount(); ++col) {
+            const QString text = table->model()->headerData(col, Qt::Horizontal).toString();
+            if (table->columnWidth(col) > 0 &&
+                header->fontMetrics().horizontalAdvance(text) > table->columnWidth(col)) {
+                ADD_FAILURE() << qPrintable(text) << " is cut";
+            }
+        }
+    };
+    headersFit();
+    const int rowHeight = grid(news::kModeAllNews)->verticalHeader()->defaultSectionSize();
+    const int gridTop = grid(news::kModeAllNews)->geometry().top();
+    pressKey(Qt::Key_Plus, Qt::ControlModifier);
+    pressKey(Qt::Key_Plus, Qt::ControlModifier);
+    EXPECT_GT(grid(news::kModeAllNews)->verticalHeader()->defaultSectionSize(), rowHeight);
+    EXPECT_GT(grid(news::kModeAllNews)->geometry().top(), gridTop) << "the tab and control rows did not grow";
+    headersFit();
+    const int largerRows = grid(news::kModeAllNews)->verticalHeader()->defaultSectionSize();
+    restartWindow();
+    EXPECT_EQ(grid(news::kModeAllNews)->verticalHeader()->defaultSectionSize(), largerRows)
+        << "the font size did not survive a restart";
+    pressKey(Qt::Key_0, Qt::ControlModifier);
+    EXPECT_EQ(grid(news::kModeAllNews)->verticalHeader()->defaultSectionSize(), rowHeight);
     newsterm::useQtTranslation(QStringLiteral("en"));
+
+    // Tabs by key, from the grid and from the symbol box, which Ctrl+L reaches.
+    auto* tabs = widget<QTabBar>(news::kIdTabStrip);
+    auto* strip = dynamic_cast<host::ui::TabStrip*>(control(news::kIdTabStrip));
+    ASSERT_TRUE(tabs != nullptr && strip != nullptr && tabs->count() >= 3);
+    const int last = tabs->count() - 1;
+    click(grid(shownMode())->viewport());
+    pressKey(Qt::Key_2, Qt::ControlModifier);
+    EXPECT_TRUE(waitUntil([&] { return shownMode() == static_cast<int>(strip->itemData(1)); }))
+        << "the view did not follow the tab";
+    pressKey(Qt::Key_Tab, Qt::ControlModifier);
+    EXPECT_EQ(tabs->currentIndex(), 2);
+    pressKey(Qt::Key_1, Qt::ControlModifier);
+    pressKey(Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(tabs->currentIndex(), last) << "Ctrl+Shift+Tab wraps round to the last tab";
+
+    auto* symbolBox = window().findChild<QLineEdit*>(QStringLiteral("symbolEntry"));
+    pressKey(Qt::Key_L, Qt::ControlModifier);
+    EXPECT_EQ(QApplication::focusWidget(), symbolBox);
+    pressKey(Qt::Key_1, Qt::ControlModifier);
+    EXPECT_TRUE(waitUntil([&] { return shownMode() == static_cast<int>(strip->itemData(0)); }))
+        << "tab keys work from the symbol box too";
+
+    // A pushed headline is marked, the rows of the list's fill are not; its long title is cut
+    // and shows whole in a tooltip, a short one shows none.
+    auto* allNews = dynamic_cast<qthost::QtSheet*>(sheet(news::kModeAllNews));
+    ASSERT_NE(allNews, nullptr);
+    allNews->model().setFadeClock([] { return std::int64_t{5000}; }); // time stands still
+    const char* longTitle = "台積電法說會重點整理：先進製程需求強勁，資本支出維持高檔，毛利率展望優於市場預期";
+    push(16, 61, longTitle, "2330");
+    ASSERT_TRUE(waitUntil([&] { return title(news::kModeAllNews, 0) == utf8(longTitle); }));
+    EXPECT_GT(allNews->model().fadeStrength(0), 0.0);
+    EXPECT_EQ(allNews->model().fadeStrength(1), 0.0);
+    QTableView* table = grid(news::kModeAllNews);
+    const auto tooltipOver = [table](int row) {
+        const QRect cell = table->visualRect(table->model()->index(row, news::kColTitleThree));
+        QHelpEvent help(QEvent::ToolTip, cell.center(), table->viewport()->mapToGlobal(cell.center()));
+        QApplication::sendEvent(table->viewport(), &help);
+        return QToolTip::isVisible() ? QToolTip::text() : QString();
+    };
+    EXPECT_EQ(tooltipOver(1), QString());
+    EXPECT_EQ(tooltipOver(0), utf8(longTitle));
+    QToolTip::hideText();
+}
+
+// The font size ladder: steps stop at its ends, and a stored size (edited by hand, damaged)
+// becomes a size of the ladder or the normal size, never a font too small or too large to use.
+TEST(NewstermFontSize, StepsStopAtTheEndsAndStoredSizesSnapToTheLadder) {
+    EXPECT_EQ(newsterm::steppedFontPercent(100, 1), 110);
+    EXPECT_EQ(newsterm::steppedFontPercent(100, -1), 90);
+    EXPECT_EQ(newsterm::steppedFontPercent(200, 1), 200);
+    EXPECT_EQ(newsterm::steppedFontPercent(80, -1), 80);
+    EXPECT_EQ(newsterm::steppedFontPercent(150, 0), 100);
+    EXPECT_EQ(newsterm::steppedFontPercent(112, 1), 125) << "from the nearest step";
+    for (const int unusable : {-5, 0, 39, 1001, 100000}) {
+        EXPECT_EQ(newsterm::validFontPercent(unusable), 100) << unusable;
+    }
+    EXPECT_EQ(newsterm::validFontPercent(40), 80);
+    EXPECT_EQ(newsterm::validFontPercent(1000), 200);
+    EXPECT_EQ(newsterm::validFontPercent(112), 110);
 }
 
 TEST(NewstermWindowFit, TheFirstWindowFitsTheScreenAtAnyScale) {

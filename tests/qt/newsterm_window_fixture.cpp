@@ -1,9 +1,15 @@
 #include "tests/qt/newsterm_window_fixture.h"
 
+#include <QAction>
 #include <QApplication>
+#include <QCalendarWidget>
+#include <QDateEdit>
 #include <QDateTime>
 #include <QFile>
 #include <QGuiApplication>
+#include <QStyle>
+#include <QStyleOptionComboBox>
+#include <QTabBar>
 #include <QTableView>
 #include <QTest>
 #include <QWindow>
@@ -15,11 +21,14 @@
 #include "adapters/qt/qt_ui_host.h"
 #include "apps/newsterm/backend_session.h"
 #include "apps/newsterm/main_window.h"
+#include "apps/newsterm/term_clock.h"
 #include "apps/newsterm/term_options.h"
 #include "apps/newsterm/term_settings.h"
 #include "embedded_backend/embedded_backend.h"
 #include "headline_list/headline_columns.h"
 #include "host/framework/host_context.h"
+#include "host/text/cp950.h"
+#include "host/ui/controls.h"
 #include "news_view/news_ctrl_view.h"
 #include "news_view/news_ids.h"
 #include "news_view/news_module.h"
@@ -32,11 +41,6 @@ const QDate NewstermWindowTest::kToday(2024, 5, 15);
 namespace {
 
 constexpr int kSecondsPerDay = 24 * 60 * 60;
-
-// Local time (the tests run with TZ=Asia/Taipei, as the view and the back end read it).
-std::int64_t localSeconds(QDate day, int hour) {
-    return QDateTime(day, QTime(hour, 0)).toSecsSinceEpoch();
-}
 
 std::vector<FeedHeadline> makeFeed() {
     std::vector<FeedHeadline> feed;
@@ -113,40 +117,108 @@ const std::vector<FeedHeadline>& NewstermWindowTest::feed() {
 NewstermWindowTest::NewstermWindowTest() = default;
 NewstermWindowTest::~NewstermWindowTest() = default;
 
-void NewstermWindowTest::SetUp() {
-    ASSERT_TRUE(m_dir.isValid());
-    const QString feedPath = m_dir.filePath(QStringLiteral("feed.jsonl"));
-    {
-        QFile file(feedPath);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(feedFile(feed()));
-    }
-    // The recording plays yesterday; the terminal then opens at noon today.
-    m_clock.set(localSeconds(kToday.addDays(-1), 9));
-    m_dispatcher = std::make_unique<qthost::QtUiDispatcher>();
-    m_ui = std::make_unique<qthost::QtUiHost>();
-    host::HostContext::current() = host::HostContext{m_ui.get(), &m_clock, m_dispatcher.get()};
+std::int64_t NewstermWindowTest::localSeconds(QDate day, int hour, int minute) {
+    return QDateTime(day, QTime(hour, minute)).toSecsSinceEpoch();
+}
 
-    newsterm::TermOptions options;
-    options.feedFile = feedPath;
-    options.speed = 0;
-    options.dataDir = m_dir.filePath(QStringLiteral("data"));
-    options.language = QStringLiteral("zh-TW");
-    options.resourcesDir = QStringLiteral(NEWS_RESOURCES_DIR);
-    m_session = std::make_unique<newsterm::BackendSession>(options, *m_dispatcher, m_clock);
-    const QStringList problems = m_session->start();
+void NewstermWindowTest::SetUp() {
+    // The recording plays yesterday; the terminal then opens at noon today.
+    TerminalStart start;
+    start.feed = feedFile(feed());
+    start.replayAt = localSeconds(kToday.addDays(-1), 9);
+    start.openAt = localSeconds(kToday, 12);
+    start.cached = feed().size();
+    const QStringList problems = startTerminal(start);
     ASSERT_TRUE(problems.isEmpty()) << qPrintable(problems.join(QLatin1Char('\n')));
     embedded::EmbeddedBackend& backend = m_session->backend();
-    ASSERT_TRUE(backend.waitReplayFinished(std::chrono::seconds(10)));
     ASSERT_TRUE(backend.replayReport().errors.empty()) << backend.replayReport().errors.front().message;
-    ASSERT_TRUE(waitUntil([&] { return backend.cachedHeadlines() == feed().size(); }, 10000));
-    m_clock.set(localSeconds(kToday, 12));
+    ASSERT_NE(viewWidget(), nullptr) << "the news view is not in the window";
+}
+
+QStringList NewstermWindowTest::startTerminal(const TerminalStart& start) {
+    [&] { ASSERT_TRUE(m_dir.isValid()); }();
+    newsterm::TermOptions options;
+    options.speed = start.generated ? 1 : 0;
+    if (!start.generated) {
+        options.feedFile = m_dir.filePath(QStringLiteral("feed.jsonl"));
+        QFile file(options.feedFile);
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+            ADD_FAILURE() << "cannot write the feed";
+            return {};
+        }
+        file.write(start.feed);
+    }
+    options.dataDir = m_dir.filePath(QStringLiteral("data"));
+    options.language = start.language;
+    options.resourcesDir = QStringLiteral(NEWS_RESOURCES_DIR);
+
+    m_clock.set(start.replayAt);
+    m_termClock = std::make_unique<newsterm::TermClock>(m_clock);
+    m_dispatcher = std::make_unique<qthost::QtUiDispatcher>();
+    m_ui = std::make_unique<qthost::QtUiHost>();
+    host::HostContext::current() = host::HostContext{m_ui.get(), m_termClock.get(), m_dispatcher.get()};
+    m_session = std::make_unique<newsterm::BackendSession>(options, *m_dispatcher, *m_termClock);
+    if (start.followNewsDays) {
+        m_session->followNewsDays(*m_termClock);
+    }
+    QStringList problems = m_session->start();
+    EXPECT_FALSE(m_session->feedFailed()) << qPrintable(problems.join(QLatin1Char('\n')));
+    if (!start.generated) {
+        EXPECT_TRUE(m_session->backend().waitReplayFinished(std::chrono::seconds(10)));
+    }
+    if (start.cached != 0) {
+        EXPECT_TRUE(waitUntil([&] { return m_session->backend().cachedHeadlines() == start.cached; }, 10000));
+    }
+    drainEvents();
+    m_clock.set(start.openAt);
 
     RegisterNewsModule();
     m_settings = std::make_unique<newsterm::TermSettings>(settingsPath());
-    m_window = std::make_unique<newsterm::MainWindow>(*m_ui, *m_session, *m_settings, QStringLiteral("zh-TW"));
+    EXPECT_TRUE(m_settings->load().isEmpty());
+    m_window = std::make_unique<newsterm::MainWindow>(*m_ui, *m_session, *m_settings, start.language);
     showActive(m_window.get());
-    ASSERT_NE(viewWidget(), nullptr) << "the news view is not in the window";
+    return problems;
+}
+
+void NewstermWindowTest::stopTerminal() {
+    if (m_window) {
+        m_window->close();
+    }
+    m_window.reset();
+    drainEvents();
+    // Answers still queued for the UI thread die with the dispatcher, before the back end.
+    m_session.reset();
+    m_dispatcher.reset();
+    host::HostContext::current() = host::HostContext{};
+    m_ui.reset();
+    m_settings.reset();
+    m_termClock.reset();
+    drainEvents();
+}
+
+std::int64_t NewstermWindowTest::nowSeconds() const {
+    return m_termClock->nowMs() / 1000;
+}
+
+void NewstermWindowTest::push(int service, int seq, const char* title, const char* symbol) {
+    embedded::FeedEvent e;
+    e.kind = embedded::FeedEventKind::Headline;
+    e.service = static_cast<unsigned char>(service);
+    e.seq = seq;
+    e.time = nowSeconds();
+    e.title = cp950::fromUtf8(title);
+    e.symbols.push_back(CSymbolInfo{e.service, symbol, {}});
+    m_session->backend().ingest({e});
+}
+
+QAction* NewstermWindowTest::action(const char* text) const {
+    for (QAction* candidate : m_window->findChildren<QAction*>()) {
+        if (candidate->text() == QString::fromUtf8(text)) {
+            return candidate;
+        }
+    }
+    ADD_FAILURE() << "no action " << text;
+    return nullptr;
 }
 
 QString NewstermWindowTest::settingsPath() const {
@@ -165,15 +237,7 @@ void NewstermWindowTest::restartWindow() {
 }
 
 void NewstermWindowTest::TearDown() {
-    m_window.reset();
-    drainEvents();
-    // Answers still queued for the UI thread die with the dispatcher, before the back end.
-    m_session.reset();
-    m_dispatcher.reset();
-    host::HostContext::current() = host::HostContext{};
-    m_ui.reset();
-    m_settings.reset();
-    drainEvents();
+    stopTerminal();
 }
 
 TRVNewsCtrlView& NewstermWindowTest::view() const {
@@ -264,6 +328,51 @@ QWidget* NewstermWindowTest::openPopup() {
 
 bool NewstermWindowTest::noPopup() {
     return waitUntil([] { return QApplication::activePopupWidget() == nullptr; });
+}
+
+void NewstermWindowTest::clickTab(int mode) {
+    auto* tabs = widget<QTabBar>(news::kIdTabStrip);
+    auto* strip = dynamic_cast<host::ui::TabStrip*>(control(news::kIdTabStrip));
+    ASSERT_TRUE(tabs != nullptr && strip != nullptr);
+    for (int i = 0; i < strip->itemCount(); ++i) {
+        if (strip->itemData(i) == mode) {
+            click(tabs, tabs->tabRect(i).center());
+            return;
+        }
+    }
+    FAIL() << "no tab for mode " << mode;
+}
+
+QCalendarWidget* NewstermWindowTest::openCalendar() {
+    auto* picker = widget<QDateEdit>(news::kIdDatePicker);
+    QStyleOptionComboBox option;
+    option.initFrom(picker);
+    option.editable = true;
+    option.subControls = QStyle::SC_All;
+    const QRect arrow = picker->style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxArrow, picker);
+    click(picker, arrow.center());
+    return openPopup() != nullptr ? picker->calendarWidget() : nullptr;
+}
+
+void NewstermWindowTest::clickDay(QCalendarWidget* calendar, int day) {
+    auto* days = calendar->findChild<QTableView*>(QStringLiteral("qt_calendar_calendarview"));
+    ASSERT_NE(days, nullptr);
+    const QAbstractItemModel* model = days->model();
+    // Rows 1 to 6 hold the weeks; a day in the middle of the month is shown once.
+    for (int row = 1; row < model->rowCount(); ++row) {
+        for (int column = 1; column < model->columnCount(); ++column) {
+            const QModelIndex index = model->index(row, column);
+            if (index.data().toString() == QString::number(day)) {
+                click(days->viewport(), days->visualRect(index).center());
+                return;
+            }
+        }
+    }
+    FAIL() << "day " << day << " is not in the calendar";
+}
+
+QDate NewstermWindowTest::pickerDate() const {
+    return widget<QDateEdit>(news::kIdDatePicker)->date();
 }
 
 } // namespace qttest

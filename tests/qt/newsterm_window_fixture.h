@@ -1,10 +1,14 @@
 #pragma once
 
+#include <QByteArray>
 #include <QDate>
 #include <QPoint>
 #include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
 #include <QWidget>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -13,6 +17,8 @@
 #include "adapters/qt/services.h"
 #include "host/framework/clock.h"
 
+class QAction;
+class QCalendarWidget;
 class QTableView;
 class TRVNewsCtrlView;
 namespace host::ui {
@@ -25,6 +31,7 @@ class QtUiHost;
 namespace newsterm {
 class BackendSession;
 class MainWindow;
+class TermClock;
 class TermSettings;
 } // namespace newsterm
 
@@ -51,9 +58,21 @@ struct FeedHeadline {
     QString symbol;
 };
 
+// How a test starts the terminal (startTerminal).
+struct TerminalStart {
+    QByteArray feed;             // the recorded feed (JSON Lines) the back end replays
+    bool generated = false;      // generated news instead of a feed
+    std::int64_t replayAt = 0;   // the clock while the feed plays (seconds)
+    std::int64_t openAt = 0;     // the clock when the window opens
+    bool followNewsDays = false; // the terminal's clock follows the news day, as newsterm does
+    QString language = QStringLiteral("zh-TW");
+    std::size_t cached = 0; // when set, the window opens once the back end holds this many headlines
+};
+
 // The real newsterm window (MainWindow with the news view on the Qt host and the embedded
-// back end) over a recorded feed of two news days, 2024-05-14 and 2024-05-15, with the clock
-// at noon of the second. Controls are found the way the module knows them, by id.
+// back end). By default over a recorded feed of two news days, 2024-05-14 and 2024-05-15, with
+// the clock at noon of the second; a test that needs another feed overrides SetUp and calls
+// startTerminal itself. Controls are found the way the module knows them, by id.
 class NewstermWindowTest : public ::testing::Test {
 public:
     static const QDate kToday;
@@ -69,6 +88,21 @@ protected:
 
     void SetUp() override;
     void TearDown() override;
+
+    // Starts the back end and opens the window on the data folder of the test (its settings and
+    // store survive a stopTerminal). The problems the session reported on start.
+    QStringList startTerminal(const TerminalStart& start);
+    // Closes the window as a person does and stops the back end.
+    void stopTerminal();
+    // A headline the feed sends now, on the service's current day.
+    void push(int service, int seq, const char* title, const char* symbol);
+    // An action of the window (menus, toolbar) by its text.
+    QAction* action(const char* text) const;
+    // Local time (the tests run with TZ=Asia/Taipei, as the view and the back end read it).
+    static std::int64_t localSeconds(QDate day, int hour, int minute = 0);
+    SetClock& baseClock() { return m_clock; }
+    std::int64_t nowSeconds() const;
+    QString dataPath(const QString& name) const { return m_dir.filePath(name); }
 
     // Every headline of the feed.
     static const std::vector<FeedHeadline>& feed();
@@ -105,6 +139,14 @@ protected:
     static QWidget* openPopup();
     static bool noPopup();
 
+    // A click on the tab of a mode.
+    void clickTab(int mode);
+    // Opens the date picker's calendar with a click on its drop-down arrow.
+    QCalendarWidget* openCalendar();
+    // Clicks a day of the open calendar's month.
+    static void clickDay(QCalendarWidget* calendar, int day);
+    QDate pickerDate() const;
+
     newsterm::MainWindow& window() const { return *m_window; }
     qthost::QtUiHost& ui() const { return *m_ui; }
     newsterm::BackendSession& session() const { return *m_session; }
@@ -115,6 +157,7 @@ protected:
 
 private:
     SetClock m_clock;
+    std::unique_ptr<newsterm::TermClock> m_termClock;
     QTemporaryDir m_dir;
     std::unique_ptr<qthost::QtUiDispatcher> m_dispatcher;
     std::unique_ptr<qthost::QtUiHost> m_ui;

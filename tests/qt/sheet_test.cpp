@@ -3,16 +3,21 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QHeaderView>
+#include <QHelpEvent>
 #include <QScrollBar>
 #include <QTableView>
 #include <QTest>
+#include <QToolTip>
 #include <QWheelEvent>
+#include <memory>
 
 #include <gtest/gtest.h>
 
+#include "adapters/qt/convert.h"
 #include "adapters/qt/qt_ui_host.h"
 #include "adapters/qt/sheet_model.h"
 #include "adapters/qt/sheet_window.h"
+#include "adapters/qt/text_codec.h"
 #include "host/ui/registered_messages.h"
 #include "tests/qt/qt_test_support.h"
 
@@ -351,6 +356,121 @@ TEST_F(SheetTest, RowsInsertedAboveKeepTheRowsInViewWhileScrolledAwayOrReading) 
     EXPECT_EQ(grid->cszGetCellText(static_cast<std::size_t>(focus), 0), reading);
     EXPECT_GE(focus, grid->iGetFirstVisibleRow());
     EXPECT_LT(focus, grid->iGetFirstVisibleRow() + page) << "the row being read left the screen";
+}
+
+// A pushed row is marked and fades back to its stripe; rows of a fill never are. The mark
+// moves with its row, and the fade keeps the beat going only while a mark lasts.
+TEST_F(SheetTest, APushedRowFadesBackToItsStripeAndAFillIsNeverMarked) {
+    // The grid may still publish while it is torn down, after this test's locals are gone.
+    const auto clock = std::make_shared<std::int64_t>(1000);
+    std::int64_t& now = *clock;
+    model->setFadeClock([clock] { return *clock; });
+    const auto background = [this](int viewRow) {
+        return model->index(viewRow, 0).data(Qt::BackgroundRole).value<QColor>();
+    };
+    grid->vAddRows(6);
+    settle();
+    const QColor even = background(0);
+    const QColor odd = background(1);
+    for (int r = 0; r < 6; ++r) {
+        EXPECT_EQ(model->fadeStrength(static_cast<std::size_t>(r)), 0.0) << "row " << r << " of the fill";
+    }
+
+    grid->vInsertRow(0);
+    now += 2000;
+    grid->vInsertRow(0); // the first pushed row is now row 1
+    settle();
+    EXPECT_DOUBLE_EQ(model->fadeStrength(0), qthost::SheetModel::kFadePeak);
+    EXPECT_DOUBLE_EQ(model->fadeStrength(1), qthost::SheetModel::kFadePeak / 2);
+    EXPECT_EQ(model->fadeStrength(2), 0.0);
+    // Two pushes at the top keep the stripes where they were; the new rows are tinted.
+    EXPECT_EQ(background(2), even);
+    EXPECT_NE(background(0), even);
+    EXPECT_NE(background(1), odd);
+    // A selected row shows the selection, not the mark.
+    grid->vSetActiveSelection(3, 0);
+    const QColor selected = background(3);
+    grid->vSetActiveSelection(0, 0);
+    EXPECT_EQ(background(0), selected);
+    grid->vSetActiveSelection(-1, 0);
+
+    // While marks last, each publish asks for another repaint...
+    int repaints = 0;
+    const QObject counting; // ends the count with the test
+    QObject::connect(model, &QAbstractItemModel::dataChanged, &counting, [&repaints] { ++repaints; });
+    ASSERT_TRUE(qttest::waitUntil([&] { return repaints >= 2; }, 2000)) << "the fade does not move";
+    // ... and once they ran out, one more shows the stripes and the beat stops.
+    now += qthost::SheetModel::kFadeMs + 1;
+    EXPECT_EQ(background(0), even);
+    EXPECT_EQ(background(1), odd);
+    QTest::qWait(3 * qthost::SheetModel::kPublishIntervalMs);
+    const int settled = repaints;
+    QTest::qWait(3 * qthost::SheetModel::kPublishIntervalMs);
+    EXPECT_EQ(repaints, settled) << "the grid keeps repainting after the fade";
+
+    // A new fill (a reload, another day) has no marks.
+    now += 10;
+    grid->vInsertRow(0);
+    grid->vClearAllRows();
+    grid->vAddRows(3);
+    settle();
+    EXPECT_EQ(model->fadeStrength(0), 0.0);
+}
+
+// Column widths, row and header heights follow the font size; a column is never narrower than
+// its header text, a hidden column stays hidden, and the module reads back its own widths.
+TEST_F(SheetTest, SizesFollowTheFontSizeAndHeadersAlwaysFit) {
+    const QString longHeader = QStringLiteral("Category of the headline");
+    grid->vSetHeaderText(0, qthost::fromQString(longHeader));
+    const int needed = table().horizontalHeader()->fontMetrics().horizontalAdvance(longHeader);
+    EXPECT_GT(table().columnWidth(0), needed) << "the header text is cut";
+    EXPECT_EQ(grid->iGetColWidth(0), 100);
+    grid->vSetColWidth(1, 0);
+    grid->vSetHeaderText(1, "Hidden");
+    EXPECT_EQ(table().columnWidth(1), 0);
+    EXPECT_EQ(table().columnWidth(2), 100);
+
+    struct FontScale {
+        FontScale() { qthost::setFontScale(1.5); }
+        ~FontScale() { qthost::setFontScale(1.0); }
+        FontScale(const FontScale&) = delete;
+        FontScale& operator=(const FontScale&) = delete;
+    } larger;
+    const int col = grid->iInsertCol(3, 60);
+    grid->vSetRowHeight(kRowHeight);
+    grid->vSetHeaderRowHeight(kHeaderHeight);
+    EXPECT_EQ(table().columnWidth(col), 90);
+    EXPECT_EQ(grid->iGetColWidth(col), 60) << "a stored width would grow with every start";
+    EXPECT_EQ(table().verticalHeader()->defaultSectionSize(), 27);
+    EXPECT_EQ(table().horizontalHeader()->height(), 30);
+    // A column the user dragged is read back in the module's units.
+    table().setColumnWidth(col, 150);
+    EXPECT_EQ(grid->iGetColWidth(col), 100);
+}
+
+// A cell whose text is cut shows it whole in a tooltip; one that fits shows none.
+TEST_F(SheetTest, OnlyACutCellShowsItsTextInATooltip) {
+    grid->vAddRows(2);
+    const std::string whole = "A headline far too long for a column of a hundred pixels";
+    grid->vSetCellText(0, 0, whole);
+    grid->vSetCellText(1, 0, "short");
+    grid->vSetCellText(1, 1, whole);
+    grid->vSetColWidth(1, 600);
+    settle();
+    const auto hover = [this](int viewRow, int column) {
+        const QRect cell = table().visualRect(model->index(viewRow, column));
+        QHelpEvent help(QEvent::ToolTip, cell.center(), table().viewport()->mapToGlobal(cell.center()));
+        QCoreApplication::sendEvent(table().viewport(), &help);
+    };
+    hover(1, 0);
+    EXPECT_FALSE(QToolTip::isVisible()) << "a short text needs no tooltip";
+    hover(1, 1);
+    EXPECT_FALSE(QToolTip::isVisible()) << "the text fits its wide column";
+    hover(0, 0);
+    ASSERT_TRUE(QToolTip::isVisible());
+    EXPECT_EQ(QToolTip::text(), QString::fromStdString(whole));
+    QToolTip::hideText();
+    EXPECT_TRUE(qttest::waitUntil([] { return !QToolTip::isVisible(); }, 2000));
 }
 
 } // namespace
