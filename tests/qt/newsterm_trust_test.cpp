@@ -204,26 +204,16 @@ TEST_F(NewstermTrustTest, GeneratedNewsIsMarkedInTheTitleAndTheStatusBar) {
 }
 
 TEST_F(NewstermTrustTest, ATerminalOnTheDistributionNamesItAndSaysWhyItIsDisconnected) {
-    m_base.set(QDateTime(QDate(2024, 5, 15), QTime(10, 0)).toSecsSinceEpoch());
-    m_clock = std::make_unique<newsterm::TermClock>(m_base);
-    m_dispatcher = std::make_unique<qthost::QtUiDispatcher>();
-    m_ui = std::make_unique<qthost::QtUiHost>();
-    host::HostContext::current() = host::HostContext{m_ui.get(), m_clock.get(), m_dispatcher.get()};
-    newsterm::TermOptions options;
-    options.dataDir = m_folder.filePath(QStringLiteral("data"));
-    options.language = QStringLiteral("en");
-    options.resourcesDir = QStringLiteral(NEWS_RESOURCES_DIR);
-    options.redis = QStringLiteral("127.0.0.1:1"); // nobody listens there
-    m_session = std::make_unique<newsterm::BackendSession>(options, *m_dispatcher, *m_clock);
-    EXPECT_TRUE(m_session->start().isEmpty());
-    RegisterNewsModule();
-    m_settings = std::make_unique<newsterm::TermSettings>(m_folder.filePath(QStringLiteral("layout.cfg")));
-    m_window = std::make_unique<newsterm::MainWindow>(*m_ui, *m_session, *m_settings, QStringLiteral("en"));
-    EXPECT_FALSE(m_window->windowTitle().contains(QStringLiteral("generated")));
-    EXPECT_EQ(m_window->statusPanel().sourceText(), QStringLiteral("Distribution: 127.0.0.1:1"));
-    EXPECT_EQ(m_window->statusPanel().linkText().trimmed(), QStringLiteral("○ Disconnected"));
+    TerminalStart distributed;
+    distributed.redis = QStringLiteral("127.0.0.1:1"); // nobody listens there
+    distributed.replayAt = distributed.openAt = localSeconds(kToday, 10);
+    distributed.language = QStringLiteral("en");
+    EXPECT_TRUE(startTerminal(distributed).isEmpty());
+    EXPECT_FALSE(window().windowTitle().contains(QStringLiteral("generated")));
+    EXPECT_EQ(window().statusPanel().sourceText(), QStringLiteral("Distribution: 127.0.0.1:1"));
+    EXPECT_EQ(window().statusPanel().linkText().trimmed(), QStringLiteral("○ Disconnected"));
     EXPECT_TRUE(QTest::qWaitFor(
-        [&] { return m_session->distributionProblem().contains(QStringLiteral("cannot reach Redis")); }, 10000));
+        [&] { return session().distributionProblem().contains(QStringLiteral("cannot reach Redis")); }, 10000));
 }
 
 // The list stays put while the user reads further down: new headlines arriving at the top do
