@@ -3,7 +3,7 @@
 // a server that loses its last writes.
 #include <fstream>
 #include <future>
-#include <iterator>
+#include <sstream>
 
 #include <sqlite3.h>
 
@@ -52,7 +52,9 @@ std::string describe(const embedded::StreamFeed::Stats& s) {
 
 std::string fileText(const std::filesystem::path& path) {
     std::ifstream in(path);
-    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
 }
 
 class Distribution : public ::testing::Test {
@@ -402,8 +404,7 @@ TEST_F(Distribution, ThePublisherProgramRefusesBadArgumentsAndAnAbsentServer) {
     EXPECT_EQ(p.wait(), 1);
     ASSERT_TRUE(p.start({NEWSFEED_PROGRAM, "--redis", server.addressText(), "--replay", "/nonexistent.jsonl"}, log));
     EXPECT_EQ(p.wait(), 1);
-    std::ifstream in(log);
-    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const std::string text = fileText(log);
     EXPECT_NE(text.find("bad value for --rate"), std::string::npos) << text;
     EXPECT_NE(text.find("cannot reach Redis"), std::string::npos) << text;
     EXPECT_NE(text.find("cannot read /nonexistent.jsonl"), std::string::npos) << text;
