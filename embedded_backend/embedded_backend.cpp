@@ -121,6 +121,7 @@ StoreOpenResult EmbeddedBackend::open(OpenMode mode) {
         return result;
     }
     m_opened = true;
+    m_streamPositions = loaded.streamPositions;
 
     // The start sets every service's day: the stored one, or today when that is later.
     std::map<unsigned char, int> currentDays = loaded.currentDays;
@@ -155,6 +156,7 @@ void EmbeddedBackend::shutdown() {
         return;
     }
     m_shutDown = true;
+    m_streamFeed.stop();
     m_replay.stop();
     m_generator.stop();
     m_quoteFeed.stop();
@@ -286,6 +288,29 @@ void EmbeddedBackend::startGenerator(GeneratorFeedOptions options) {
     Ingest* target = m_ingest.get();
     m_generator.start(std::move(options),
                       [target](std::vector<FeedEvent> events) { target->submit(std::move(events)); });
+}
+
+void EmbeddedBackend::startStreamFeed(StreamFeedOptions options) {
+    if (m_shutDown) {
+        return;
+    }
+    if (options.services.empty()) {
+        options.services = m_ui->catalog.serviceIds();
+    }
+    if (options.positions.empty()) {
+        options.positions = m_streamPositions;
+    }
+    options.startConnected = m_ui->connected;
+    // The ingest of the back end: trades to the quote book, news (and bookmarks) to the ingest.
+    m_streamFeed.start(std::move(options), [this](std::vector<FeedEvent> events) { ingest(std::move(events)); });
+}
+
+void EmbeddedBackend::stopStreamFeed() {
+    m_streamFeed.stop();
+}
+
+StreamFeed::Stats EmbeddedBackend::streamFeedStats() const {
+    return m_streamFeed.stats();
 }
 
 void EmbeddedBackend::stopGenerator() {

@@ -14,6 +14,7 @@
 #include "embedded_backend/news_store.h"
 #include "embedded_backend/quote_feed.h"
 #include "embedded_backend/replay_feed.h"
+#include "embedded_backend/stream_feed.h"
 #include "host/backend/bk_quote_interface.h"
 #include "host/backend/search_control.h"
 
@@ -100,6 +101,13 @@ public:
     void stopGenerator();
     bool waitGeneratorFinished(std::chrono::milliseconds timeout);
 
+    // The distribution: reads the streams of the services (empty: every service of the
+    // catalogue) on a Redis server from where the store says this terminal stopped. The link
+    // state of the views follows the connection. Call after open().
+    void startStreamFeed(StreamFeedOptions options);
+    void stopStreamFeed();
+    StreamFeed::Stats streamFeedStats() const;
+
     // The simulated exchange: trades of the listed and emerging-board symbols. startTime 0: now.
     void startQuoteFeed(QuoteFeedOptions options);
     void stopQuoteFeed();
@@ -177,6 +185,8 @@ private:
     ReplayFeed m_replay;
     GeneratorFeed m_generator;
     QuoteFeed m_quoteFeed;
+    StreamFeed m_streamFeed;
+    std::map<unsigned char, StreamPosition> m_streamPositions; // as the store had them at open()
     bool m_opened = false;
     bool m_shutDown = false;
 };

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "embedded_backend/quote_book.h"
@@ -9,7 +10,9 @@
 
 namespace embedded {
 
-enum class FeedEventKind { Headline, Story, Resend, NewDay, Disconnect, Reconnect, Quote };
+// StreamMark: how far a stream of the distribution has been read (service, streamId, entryNo);
+// it travels with the news so that the store records it in the same transaction.
+enum class FeedEventKind { Headline, Story, Resend, NewDay, Disconnect, Reconnect, Quote, StreamMark };
 
 // One event of a feed: the replay file, the generator or the application's own ingest call.
 // Texts are code page 950 bytes.
@@ -30,6 +33,9 @@ struct FeedEvent {
     // Headline: the server sent it but the link lost it. It reaches the terminal only when a
     // gap in the service's sequence numbers makes the back end ask the server for it again.
     bool lost = false;
+    // StreamMark: the id of the last entry read from the service's stream and its entry number.
+    std::string streamId;
+    std::int64_t entryNo = 0;
 
     bool operator==(const FeedEvent&) const = default;
 };

@@ -146,6 +146,9 @@ void Ingest::convert(const FeedEvent& e, NewsBatch& batch) {
     case FeedEventKind::Quote:
         ++m_stats.rejected; // trades go to the quote book, never through the news ingest
         return;
+    case FeedEventKind::StreamMark:
+        batch.changes.emplace_back(StreamPosition{e.service, e.streamId, e.entryNo});
+        return; // a bookmark, not news
     }
     ++m_stats.accepted;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <variant>
 #include <vector>
 
@@ -55,7 +56,18 @@ struct ConnectionChange {
     bool connected = true;
 };
 
-using NewsChange = std::variant<HeadlineRecord, StoryRecord, DayChange, CategoryRecord, ConnectionChange>;
+// How far the service's stream of the distribution has been read: the id of the last entry and
+// its entry number. Stored with the news it follows, so a restart reads on from exactly there.
+struct StreamPosition {
+    unsigned char service = 0;
+    std::string entryId;
+    std::int64_t entryNo = 0;
+
+    bool operator==(const StreamPosition&) const = default;
+};
+
+using NewsChange =
+    std::variant<HeadlineRecord, StoryRecord, DayChange, CategoryRecord, ConnectionChange, StreamPosition>;
 
 struct NewsBatch {
     std::vector<NewsChange> changes;

@@ -45,6 +45,16 @@ CREATE TABLE category(
   name BLOB NOT NULL,
   PRIMARY KEY(service, id)) WITHOUT ROWID;
 )sql";
+
+// How far each stream of the distribution was read. Created on every open: a store written
+// before the distribution existed gains the table, and older builds simply ignore it.
+constexpr const char* kStreamSchema = R"sql(
+CREATE TABLE IF NOT EXISTS stream_position(
+  service INTEGER PRIMARY KEY,
+  entry_id TEXT NOT NULL,
+  entry_no INTEGER NOT NULL);
+)sql";
+
 bool isDamageCode(int rc) {
     const int primary = rc & 0xFF;
     return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
@@ -172,6 +182,9 @@ StoreOpenResult NewsStore::open(const std::string& path, OpenMode mode, std::int
         if (found == 0 && !createSchema()) {
             return failed("create schema");
         }
+        if (!exec(kStreamSchema)) {
+            return failed("create schema");
+        }
         m_statements = std::make_unique<Statements>();
         Statements& s = *m_statements;
         const bool prepared =
@@ -195,7 +208,9 @@ StoreOpenResult NewsStore::open(const std::string& path, OpenMode mode, std::int
             s.rollback.prepare(m_db, "ROLLBACK") &&
             s.textOf.prepare(m_db, "SELECT h.title, s.text FROM headline h LEFT JOIN story s ON s.service = h.service "
                                    "AND s.day = h.day AND s.seq = h.seq WHERE h.sort_key = ?1") &&
-            s.titleOf.prepare(m_db, "SELECT title FROM headline WHERE sort_key = ?1");
+            s.titleOf.prepare(m_db, "SELECT title FROM headline WHERE sort_key = ?1") &&
+            s.putStreamPosition.prepare(m_db, "INSERT OR REPLACE INTO stream_position(service, entry_id, entry_no) "
+                                              "VALUES(?1, ?2, ?3)");
         if (!prepared) {
             return failed("prepare statements");
         }
@@ -260,6 +275,18 @@ bool NewsStore::load(int daysToKeep, int today, LoadedNews& out) {
     }
     if (rc != SQLITE_DONE) {
         return fail("read categories");
+    }
+    Statement positions;
+    if (!positions.prepare(m_db, "SELECT service, entry_id, entry_no FROM stream_position")) {
+        return fail("read stream positions");
+    }
+    while ((rc = positions.step()) == SQLITE_ROW) {
+        const auto service = static_cast<unsigned char>(positions.columnInt(0));
+        out.streamPositions[service] =
+            StreamPosition{service, std::string(blobView(positions.get(), 1)), positions.columnInt64(2)};
+    }
+    if (rc != SQLITE_DONE) {
+        return fail("read stream positions");
     }
     Statement distinct;
     if (!distinct.prepare(m_db, "SELECT DISTINCT service FROM headline")) {

@@ -44,6 +44,7 @@ struct LoadedNews {
     std::map<unsigned char, int> currentDays; // as the start sets them (not yet stored)
     std::map<unsigned char, int> keepFrom;    // first kept day of each service
     std::vector<CategoryRecord> categories;
+    std::map<unsigned char, StreamPosition> streamPositions; // how far each stream was read
 };
 
 struct SearchRequest {
@@ -109,6 +110,7 @@ private:
     bool putStory(const StoryRecord& story);
     bool putDay(const DayChange& change);
     bool putCategory(const CategoryRecord& category);
+    bool putStreamPosition(const StreamPosition& position);
     // The service's indexes; created on first use when `create` is set, else null when absent.
     ServiceIndex* index(unsigned char service, bool create);
     // `withTitle`: the title index too (a late story leaves it alone).

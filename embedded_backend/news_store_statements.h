@@ -22,6 +22,7 @@ struct NewsStore::Statements {
     Statement rollback;
     Statement textOf;
     Statement titleOf;
+    Statement putStreamPosition;
 };
 
 // The indexes of one service: fts_trigram_<id> and fts_gram_<id> over title and story, and

@@ -65,6 +65,8 @@ bool NewsStore::apply(const NewsChange& change) {
                 return putDay(c);
             } else if constexpr (std::is_same_v<T, CategoryRecord>) {
                 return putCategory(c);
+            } else if constexpr (std::is_same_v<T, StreamPosition>) {
+                return putStreamPosition(c);
             } else {
                 return true; // the connection state is not stored
             }
@@ -265,6 +267,14 @@ bool NewsStore::putDay(const DayChange& change) {
 bool NewsStore::putCategory(const CategoryRecord& category) {
     return m_statements->putCategory.bind(1, category.service).bind(2, category.id).bindBlob(3, category.name).run() ||
            fail("store category");
+}
+
+bool NewsStore::putStreamPosition(const StreamPosition& position) {
+    return m_statements->putStreamPosition.bind(1, position.service)
+               .bindText(2, position.entryId)
+               .bind(3, position.entryNo)
+               .run() ||
+           fail("store stream position");
 }
 
 bool NewsStore::purgeBefore(unsigned char service, int keepFrom) {

@@ -426,6 +426,8 @@ std::string replayLine(const FeedEvent& e, double at) {
     case FeedEventKind::Reconnect:
         out += "\"reconnect\"";
         break;
+    case FeedEventKind::StreamMark:
+        return {}; // a reader's bookmark, never part of a recorded feed
     case FeedEventKind::Quote: {
         const QuoteTick& q = e.quote;
         const auto price = [](std::int32_t hundredths) {

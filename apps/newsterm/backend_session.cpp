@@ -39,6 +39,8 @@ BackendSession::BackendSession(const TermOptions& options, UiDispatcher& dispatc
         localPath(options.resourcesDir + QStringLiteral("/lang/") + options.language + QStringLiteral(".lang"));
     backendOptions.dispatcher = &dispatcher;
     backendOptions.clock = &clock;
+    // Reading the distribution, the link is down until the streams have been read up to date.
+    backendOptions.startConnected = options.redis.isEmpty();
     backendOptions.onNewsDay = [this](unsigned char, int day) {
         if (m_termClock != nullptr) {
             m_termClock->followNewsDay(day);
@@ -82,6 +84,17 @@ QStringList BackendSession::start() {
     if (m_termClock != nullptr) {
         m_termClock->followNewsDay(latestNewsDay());
     }
+    if (isDistributed()) {
+        // News and trades both come from the distribution; what this terminal missed since it
+        // last ran arrives first, as a recovery.
+        embedded::StreamFeedOptions feed;
+        if (const std::optional<embedded::RedisAddress> address =
+                embedded::parseRedisAddress(m_options.redis.toStdString())) {
+            feed.address = *address;
+        }
+        m_backend->startStreamFeed(feed);
+        return problems;
+    }
     // The simulated exchange runs beside any news feed: the quotes beside a story are live.
     embedded::QuoteFeedOptions quotes;
     quotes.seed = static_cast<std::uint64_t>(QDateTime::currentSecsSinceEpoch());
@@ -116,6 +129,14 @@ void BackendSession::startGenerator() {
 bool BackendSession::setLanguage(const QString& language) {
     return m_backend->setLanguageFile(
         localPath(m_options.resourcesDir + QStringLiteral("/lang/") + language + QStringLiteral(".lang")));
+}
+
+QString BackendSession::distributionProblem() const {
+    if (!isDistributed()) {
+        return {};
+    }
+    const embedded::StreamFeed::Stats stats = m_backend->streamFeedStats();
+    return stats.connected ? QString() : QString::fromStdString(stats.lastError);
 }
 
 bool BackendSession::isConnected() const {

@@ -47,8 +47,13 @@ public:
     // true: the terminal must not pass generated news off as the file's.
     QStringList start();
     bool feedFailed() const { return m_feedFailed; }
-    // Generated news (no feed file); the replayed file's name otherwise.
-    bool isGenerated() const { return !m_replaying; }
+    // Generated news (no feed file, no distribution); the replayed file's name otherwise.
+    bool isGenerated() const { return !m_replaying && !isDistributed(); }
+    // Reading the news distribution on a Redis server (--redis); its address.
+    bool isDistributed() const { return !m_options.redis.isEmpty(); }
+    QString distributionAddress() const { return m_options.redis; }
+    // Why the distribution cannot be read right now (the last connection error); empty when fine.
+    QString distributionProblem() const;
     QString feedName() const;
     // Lines of the replay file found unusable since the last call, in file order.
     std::vector<FeedLineProblem> takeFeedProblems();

@@ -84,6 +84,17 @@ int main(int argc, char** argv) {
     if (!options.languageGiven && !settings.language().isEmpty()) {
         options.language = settings.language();
     }
+    // The distribution named in the settings, unless the command line chose a source.
+    if (options.redis.isEmpty() && options.feedFile.isEmpty() && !settings.redis().isEmpty()) {
+        if (newsterm::isRedisAddress(settings.redis())) {
+            options.redis = settings.redis();
+        } else {
+            newsterm::reportProblem(nullptr, QStringLiteral("Settings"),
+                                    QStringLiteral("The setting redis=%1 is not HOST:PORT; the terminal generates "
+                                                   "its own news.")
+                                        .arg(settings.redis()));
+        }
+    }
     if (!newsterm::useQtTranslation(options.language)) {
         newsterm::reportProblem(nullptr, QStringLiteral("Language"),
                                 QStringLiteral("Qt's own texts are not translated (package qt6-translations-l10n)."));

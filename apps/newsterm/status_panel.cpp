@@ -32,7 +32,10 @@ StatusPanel::StatusPanel(QStatusBar& bar, BackendSession& session, bool english)
 }
 
 void StatusPanel::showSource() {
-    if (m_session.isGenerated()) {
+    if (m_session.isDistributed()) {
+        m_source->setText(text("新聞發行：", "Distribution: ") + m_session.distributionAddress());
+        m_source->setStyleSheet(QString());
+    } else if (m_session.isGenerated()) {
         m_source->setText(text("模擬新聞（非真實行情）", "Generated news (not real)"));
         m_source->setStyleSheet(QStringLiteral("QLabel { color: #b06000; font-weight: bold; }"));
     } else {
@@ -67,6 +70,10 @@ void StatusPanel::refresh() {
         m_link->setStyleSheet(connected == 1
                                   ? QStringLiteral("QLabel { color: white; background: #1b7f3a; padding: 0 4px; }")
                                   : QStringLiteral("QLabel { color: white; background: #b00020; padding: 0 4px; }"));
+    }
+    // Over the link state: why the distribution is out of reach (the server down, refused...).
+    if (m_session.isDistributed()) {
+        m_link->setToolTip(m_session.distributionProblem());
     }
     if (const std::size_t replaced = m_session.replacedCharacters(); replaced != m_replaced) {
         m_replaced = replaced;

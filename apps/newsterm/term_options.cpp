@@ -16,6 +16,19 @@ QString versionText() {
     return QStringLiteral("newsterm %1").arg(QStringLiteral(NEWSTERM_VERSION));
 }
 
+bool isRedisAddress(const QString& text) {
+    const qsizetype colon = text.lastIndexOf(QLatin1Char(':'));
+    if (text.trimmed() != text || text.isEmpty() || colon == 0) {
+        return false;
+    }
+    if (colon < 0) {
+        return true;
+    }
+    bool ok = false;
+    const int port = text.mid(colon + 1).toInt(&ok);
+    return ok && port >= 1 && port <= 65535 && !text.mid(colon + 1).startsWith(QLatin1Char('+'));
+}
+
 ParsedOptions parseTermOptions(const QStringList& arguments) {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("News terminal on the embedded news back end."));
@@ -43,7 +56,11 @@ ParsedOptions parseTermOptions(const QStringList& arguments) {
     const QCommandLineOption resources(QStringLiteral("resources"),
                                        QStringLiteral("Folder of Application.ini, NewsService.ini and lang/."),
                                        QStringLiteral("DIR"), QStringLiteral(NEWS_RESOURCES_DIR));
-    parser.addOptions({version, feed, speed, data, lang, screenshot, quitAfter, resources});
+    const QCommandLineOption redis(QStringLiteral("redis"),
+                                   QStringLiteral("Read the news distribution on the Redis server at HOST:PORT "
+                                                  "instead of generating or replaying news."),
+                                   QStringLiteral("HOST:PORT"));
+    parser.addOptions({version, feed, speed, data, lang, screenshot, quitAfter, resources, redis});
 
     ParsedOptions result;
     if (!parser.parse(arguments)) {
@@ -108,6 +125,19 @@ ParsedOptions parseTermOptions(const QStringList& arguments) {
         options.quitAfterSeconds = kScreenshotAfterSeconds;
     }
     options.resourcesDir = parser.value(resources);
+    if (parser.isSet(redis)) {
+        options.redis = parser.value(redis);
+        if (!isRedisAddress(options.redis)) {
+            result.failed = true;
+            result.message = QStringLiteral("--redis needs HOST:PORT, not '%1'").arg(options.redis);
+            return result;
+        }
+        if (parser.isSet(feed)) {
+            result.failed = true;
+            result.message = QStringLiteral("--redis and --feed are two sources of news: choose one");
+            return result;
+        }
+    }
     result.options = options;
     return result;
 }

@@ -16,7 +16,11 @@ struct TermOptions {
     QString screenshot;          // --screenshot: PNG written after quitAfterSeconds (3 when not given)
     double quitAfterSeconds = 0; // --quit-after: 0 runs until closed
     QString resourcesDir;        // --resources: Application.ini, NewsService.ini, lang/
+    QString redis;               // --redis HOST:PORT: read the news distribution; empty: own feeds
 };
+
+// "HOST:PORT" (or just HOST, port 6379) with a port from 1 to 65535; false otherwise.
+bool isRedisAddress(const QString& text);
 
 struct ParsedOptions {
     std::optional<TermOptions> options; // empty on an error or after --help / --version

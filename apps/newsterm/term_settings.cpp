@@ -96,6 +96,15 @@ QString TermSettings::language() const {
                                                                               : QString();
 }
 
+QString TermSettings::redis() const {
+    std::string value;
+    return m_store.GetViewInfo(kSection, 0, 0, kWindowKey, "redis", value) ? QString::fromStdString(value) : QString();
+}
+
+void TermSettings::setRedis(const QString& address) {
+    m_store.SetViewInfo(kSection, 0, 0, kWindowKey, "redis", address.toStdString());
+}
+
 void TermSettings::setLanguage(const QString& language) {
     m_store.SetViewInfo(kSection, 0, 0, kWindowKey, "language", language.toStdString());
 }

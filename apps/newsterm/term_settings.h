@@ -35,6 +35,9 @@ public:
     void setLanguage(const QString& language);
     QString colorScheme() const; // empty when never chosen
     void setColorScheme(const QString& scheme);
+    // The news distribution to read (HOST:PORT) when the command line names none; empty: none.
+    QString redis() const;
+    void setRedis(const QString& address);
     // The font size in percent as stored (validFontPercent() makes it a usable one); 100 when
     // never chosen or not a number.
     int fontPercent() const;

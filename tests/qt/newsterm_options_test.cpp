@@ -51,14 +51,27 @@ TEST(NewstermOptionsTest, DefaultsAndEveryOption) {
 }
 
 TEST(NewstermOptionsTest, BadArgumentsAreRefusedWithAReason) {
-    for (const QStringList& bad : {args({"--lang", "fr"}), args({"--speed", "-1"}), args({"--speed", "fast"}),
-                                   args({"--feed", "/no/such/feed.jsonl"}), args({"--feed", "/"}),
-                                   args({"--quit-after", "0"}), args({"extra"}), args({"--no-such-option"})}) {
+    for (const QStringList& bad :
+         {args({"--lang", "fr"}), args({"--speed", "-1"}), args({"--speed", "fast"}),
+          args({"--feed", "/no/such/feed.jsonl"}), args({"--feed", "/"}), args({"--quit-after", "0"}), args({"extra"}),
+          args({"--no-such-option"}), args({"--redis", "news:0"}), args({"--redis", "news:65536"}),
+          args({"--redis", ":6379"}), args({"--redis", "news:63a"}), args({"--redis", ""})}) {
         const auto parsed = parseTermOptions(bad);
         EXPECT_FALSE(parsed.options) << qPrintable(bad.join(QLatin1Char(' ')));
         EXPECT_TRUE(parsed.failed);
         EXPECT_FALSE(parsed.message.isEmpty());
     }
+    // One source of news: a distribution and a replay file exclude each other.
+    QTemporaryDir home;
+    QFile feed(home.filePath(QStringLiteral("f.jsonl")));
+    ASSERT_TRUE(feed.open(QIODevice::WriteOnly));
+    feed.close();
+    const QByteArray feedPath = feed.fileName().toUtf8();
+    EXPECT_FALSE(parseTermOptions(args({"--redis", "news:6379", "--feed", feedPath.constData()})).options);
+    const auto redis = parseTermOptions(args({"--redis", "news.example:6390"}));
+    ASSERT_TRUE(redis.options) << qPrintable(redis.message);
+    EXPECT_EQ(redis.options->redis, QStringLiteral("news.example:6390"));
+    EXPECT_TRUE(parseTermOptions(args({"--redis", "news.example"})).options) << "the port defaults to 6379";
     const auto alone = parseTermOptions(args({"--screenshot", "s.png"}));
     ASSERT_TRUE(alone.options) << "--screenshot works on its own";
     EXPECT_EQ(alone.options->quitAfterSeconds, 3);
@@ -83,6 +96,7 @@ TEST(NewstermSettingsTest, GeometryLanguageAndViewSettingsSurviveARestart) {
         EXPECT_TRUE(settings.windowGeometry().isEmpty());
         settings.setWindowGeometry(QByteArray("\x01\x02|=\n\xFF", 6));
         settings.setLanguage(QStringLiteral("en"));
+        settings.setRedis(QStringLiteral("10.0.0.5:6379"));
         settings.layout().SetViewInfo("Main", 0, 0, "TRVNewsCtrlView", "SymbolID", "\xA5\x78\xBF\x6E");
         ASSERT_TRUE(settings.save().isEmpty());
     }
@@ -90,6 +104,7 @@ TEST(NewstermSettingsTest, GeometryLanguageAndViewSettingsSurviveARestart) {
     ASSERT_TRUE(again.load().isEmpty());
     EXPECT_EQ(again.windowGeometry(), QByteArray("\x01\x02|=\n\xFF", 6));
     EXPECT_EQ(again.language(), QStringLiteral("en"));
+    EXPECT_EQ(again.redis(), QStringLiteral("10.0.0.5:6379"));
     CString symbol;
     ASSERT_TRUE(again.layout().GetViewInfo("Main", 0, 0, "TRVNewsCtrlView", "SymbolID", symbol));
     EXPECT_EQ(symbol, "\xA5\x78\xBF\x6E");

@@ -203,6 +203,19 @@ TEST_F(NewstermTrustTest, GeneratedNewsIsMarkedInTheTitleAndTheStatusBar) {
     EXPECT_TRUE(window().statusPanel().sourceText().startsWith(QStringLiteral("Generated news")));
 }
 
+TEST_F(NewstermTrustTest, ATerminalOnTheDistributionNamesItAndSaysWhyItIsDisconnected) {
+    TerminalStart distributed;
+    distributed.redis = QStringLiteral("127.0.0.1:1"); // nobody listens there
+    distributed.replayAt = distributed.openAt = localSeconds(kToday, 10);
+    distributed.language = QStringLiteral("en");
+    EXPECT_TRUE(startTerminal(distributed).isEmpty());
+    EXPECT_FALSE(window().windowTitle().contains(QStringLiteral("generated")));
+    EXPECT_EQ(window().statusPanel().sourceText(), QStringLiteral("Distribution: 127.0.0.1:1"));
+    EXPECT_EQ(window().statusPanel().linkText().trimmed(), QStringLiteral("○ Disconnected"));
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return session().distributionProblem().contains(QStringLiteral("cannot reach Redis")); }, 10000));
+}
+
 // The list stays put while the user reads further down: new headlines arriving at the top do
 // not move the rows on screen. Back at the top, new headlines show as they come.
 TEST_F(NewstermTrustTest, TheListStaysPutWhileScrolledAwayFromTheTop) {

@@ -156,7 +156,9 @@ QStringList NewstermWindowTest::startTerminal(const TerminalStart& start) {
     [&] { ASSERT_TRUE(m_dir.isValid()); }();
     newsterm::TermOptions options;
     options.speed = start.generated ? 1 : 0;
-    if (!start.generated) {
+    options.redis = start.redis;
+    const bool replaying = !start.generated && start.redis.isEmpty();
+    if (replaying) {
         options.feedFile = m_dir.filePath(QStringLiteral("feed.jsonl"));
         QFile file(options.feedFile);
         if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
@@ -189,7 +191,7 @@ QStringList NewstermWindowTest::startTerminal(const TerminalStart& start) {
     }
     QStringList problems = m_session->start();
     EXPECT_FALSE(m_session->feedFailed()) << qPrintable(problems.join(QLatin1Char('\n')));
-    if (!start.generated) {
+    if (replaying) {
         EXPECT_TRUE(m_session->backend().waitReplayFinished(std::chrono::seconds(10)));
     }
     if (start.cached != 0) {

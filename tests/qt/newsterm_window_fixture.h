@@ -62,6 +62,7 @@ struct FeedHeadline {
 struct TerminalStart {
     QByteArray feed;             // the recorded feed (JSON Lines) the back end replays
     bool generated = false;      // generated news instead of a feed
+    QString redis;               // the news distribution (HOST:PORT) instead of a feed
     std::int64_t replayAt = 0;   // the clock while the feed plays (seconds)
     std::int64_t openAt = 0;     // the clock when the window opens
     bool followNewsDays = false; // the terminal's clock follows the news day, as newsterm does

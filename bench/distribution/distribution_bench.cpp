@@ -1,0 +1,391 @@
+// The distribution under load: one publisher appending generated news to a redis-server of its
+// own at a fixed rate, and many terminals' back ends (each with its store, its UI thread and
+// a view registered for every service) reading it on this machine. Reported per run:
+//   p50_ms / p99_ms / max_ms  delay from the publisher's XADD to the view's RecvNewHeadLine
+//   behind                    entries the slowest terminal still had to read when publishing stopped
+//   catchup_ms                from then until every terminal had read everything
+//   rate                      events per second the publisher achieved
+// and, apart, the server's memory per million headlines (INFO memory, stories included).
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <filesystem>
+#include <future>
+#include <map>
+#include <mutex>
+#include <thread>
+
+#include <benchmark/benchmark.h>
+
+#include "embedded_backend/catalog.h"
+#include "embedded_backend/embedded_backend.h"
+#include "embedded_backend/news_generator.h"
+#include "embedded_backend/stream_publisher.h"
+#include "host/backend/news_receiver.h"
+#include "host/backend/subscriptions.h"
+#include "host/backend/ui_dispatcher.h"
+#include "tests/distribution/redis_server.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+std::int64_t wallMicros() {
+    return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+
+// When each headline was appended, by service and number (the publisher writes, views read).
+class SendTimes {
+public:
+    void put(unsigned char service, std::int32_t seq, std::int64_t micros) {
+        std::lock_guard lock(m_mutex);
+        m_times[key(service, seq)] = micros;
+    }
+    std::int64_t get(unsigned char service, std::int32_t seq) const {
+        std::lock_guard lock(m_mutex);
+        const auto it = m_times.find(key(service, seq));
+        return it == m_times.end() ? 0 : it->second;
+    }
+
+private:
+    static std::int64_t key(unsigned char service, std::int32_t seq) { return (std::int64_t{service} << 32) | seq; }
+    mutable std::mutex m_mutex;
+    std::map<std::int64_t, std::int64_t> m_times;
+};
+
+// A UI thread: runs what the back end posts, as soon as it is posted.
+class UiThread final : public UiDispatcher {
+public:
+    UiThread() : m_thread([this] { run(); }) {}
+    ~UiThread() override {
+        {
+            std::lock_guard lock(m_mutex);
+            m_stop = true;
+        }
+        m_wake.notify_all();
+        m_thread.join();
+    }
+    void post(std::function<void()> work) override {
+        {
+            std::lock_guard lock(m_mutex);
+            m_work.push_back(std::move(work));
+        }
+        m_wake.notify_one();
+    }
+
+private:
+    void run() {
+        std::unique_lock lock(m_mutex);
+        while (true) {
+            m_wake.wait(lock, [this] { return m_stop || !m_work.empty(); });
+            if (m_work.empty()) {
+                return;
+            }
+            std::function<void()> work = std::move(m_work.front());
+            m_work.pop_front();
+            lock.unlock();
+            work();
+            lock.lock();
+        }
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::deque<std::function<void()>> m_work;
+    bool m_stop = false;
+    std::thread m_thread;
+};
+
+class DelayView final : public NewsReceiver {
+public:
+    explicit DelayView(const SendTimes& sent) : m_sent(sent) {}
+    void RecvNewHeadLine(const CHeadline* h, const CString&, const CString&) override {
+        const std::int64_t at = m_sent.get(h->m_byService, h->m_iSeqNo);
+        if (at != 0) {
+            delays.push_back(wallMicros() - at);
+        }
+    }
+    std::vector<std::int64_t> delays; // UI thread
+private:
+    const SendTimes& m_sent;
+};
+
+struct Consumer {
+    std::filesystem::path folder;
+    UiThread ui;
+    NewsSubscriptions subscriptions;
+    std::unique_ptr<DelayView> view;
+    std::unique_ptr<embedded::EmbeddedBackend> backend;
+};
+
+void BM_DistributionToManyTerminals(benchmark::State& state) {
+    const auto consumers = static_cast<std::size_t>(state.range(0));
+    const auto rate = static_cast<double>(state.range(1));
+    constexpr double kSeconds = 5;
+    for (auto _ : state) {
+        distribution::test::RedisServer server;
+        std::string error;
+        if (!server.start(error)) {
+            state.SkipWithError(error.c_str());
+            return;
+        }
+        SendTimes sent;
+        embedded::Catalog catalog;
+        catalog.loadBuiltIn();
+        std::vector<std::unique_ptr<Consumer>> terminals;
+        for (std::size_t i = 0; i < consumers; ++i) {
+            auto c = std::make_unique<Consumer>();
+            c->folder = server.folder() / ("terminal-" + std::to_string(i));
+            c->view = std::make_unique<DelayView>(sent);
+            std::vector<CSymbolInfo> all;
+            for (const unsigned char s : catalog.serviceIds()) {
+                all.push_back(CSymbolInfo{s, {}, {}});
+            }
+            c->subscriptions.change(c->view.get(), all, {});
+            embedded::EmbeddedBackendOptions o;
+            o.dataFolder = c->folder.string();
+            o.dispatcher = &c->ui;
+            o.subscriptions = &c->subscriptions;
+            o.startConnected = false;
+            c->backend = std::make_unique<embedded::EmbeddedBackend>(o);
+            c->backend->open();
+            embedded::StreamFeedOptions feed;
+            feed.address = server.address();
+            c->backend->startStreamFeed(feed);
+            terminals.push_back(std::move(c));
+        }
+        for (const auto& c : terminals) {
+            while (!c->backend->streamFeedStats().connected) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            }
+        }
+        embedded::PublisherOptions p;
+        p.address = server.address();
+        p.run = "bench";
+        embedded::StreamPublisher publisher(p);
+        if (!publisher.connect(error)) {
+            state.SkipWithError(error.c_str());
+            return;
+        }
+        embedded::GeneratorOptions g;
+        g.startTime = wallMicros() / 1000000;
+        embedded::NewsGenerator generator(g);
+        const auto begin = Clock::now();
+        std::uint64_t made = 0;
+        std::int64_t source = 0;
+        while (true) {
+            const double elapsed = std::chrono::duration<double>(Clock::now() - begin).count();
+            if (elapsed >= kSeconds) {
+                break;
+            }
+            const auto due = static_cast<std::uint64_t>(elapsed * rate);
+            std::vector<embedded::FeedEvent> batch;
+            while (made < due) {
+                embedded::FeedEvent e = generator.next();
+                e.time = g.startTime + static_cast<std::int64_t>(elapsed);
+                batch.push_back(std::move(e));
+                ++made;
+            }
+            if (!batch.empty()) {
+                const std::int64_t now = wallMicros();
+                for (const embedded::FeedEvent& e : batch) {
+                    if (e.kind == embedded::FeedEventKind::Headline) {
+                        sent.put(e.service, e.seq, now);
+                    }
+                }
+                if (!publisher.publish(batch, source, error)) {
+                    state.SkipWithError(error.c_str());
+                    return;
+                }
+                source += static_cast<std::int64_t>(batch.size());
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        const double publishSeconds = std::chrono::duration<double>(Clock::now() - begin).count();
+        const std::uint64_t published = publisher.stats().published;
+        std::uint64_t behind = 0;
+        for (const auto& c : terminals) {
+            behind = std::max<std::uint64_t>(behind, published - c->backend->streamFeedStats().entries);
+        }
+        const auto stopped = Clock::now();
+        for (const auto& c : terminals) {
+            while (c->backend->streamFeedStats().entries < published &&
+                   Clock::now() - stopped < std::chrono::seconds(120)) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            }
+        }
+        const double catchupMs = std::chrono::duration<double, std::milli>(Clock::now() - stopped).count();
+        std::vector<std::int64_t> delays;
+        for (const auto& c : terminals) {
+            c->backend->shutdown();
+        }
+        for (const auto& c : terminals) {
+            // Everything posted before this has run once it runs.
+            std::promise<void> drained;
+            c->ui.post([&] { drained.set_value(); });
+            drained.get_future().wait();
+            delays.insert(delays.end(), c->view->delays.begin(), c->view->delays.end());
+        }
+        terminals.clear();
+        std::sort(delays.begin(), delays.end());
+        const auto percentile = [&](double q) {
+            return delays.empty()
+                       ? 0.0
+                       : static_cast<double>(
+                             delays[std::min(delays.size() - 1, static_cast<std::size_t>(q * delays.size()))]) /
+                             1000.0;
+        };
+        state.counters["p50_ms"] = percentile(0.50);
+        state.counters["p99_ms"] = percentile(0.99);
+        state.counters["max_ms"] = delays.empty() ? 0.0 : static_cast<double>(delays.back()) / 1000.0;
+        state.counters["pushes"] = static_cast<double>(delays.size());
+        state.counters["rate"] = static_cast<double>(published) / publishSeconds;
+        state.counters["behind"] = static_cast<double>(behind);
+        state.counters["catchup_ms"] = catchupMs;
+    }
+}
+
+// The distribution alone: the same publisher and rate, readers that decode every entry and
+// drop it (no ingest, no store, no view). On one machine the full terminals above share two
+// cores with each other's stores; this shows what the server and the readers themselves cost.
+void BM_DistributionTransportOnly(benchmark::State& state) {
+    const auto readers = static_cast<std::size_t>(state.range(0));
+    const auto rate = static_cast<double>(state.range(1));
+    constexpr double kSeconds = 5;
+    for (auto _ : state) {
+        distribution::test::RedisServer server;
+        std::string error;
+        if (!server.start(error)) {
+            state.SkipWithError(error.c_str());
+            return;
+        }
+        embedded::Catalog catalog;
+        catalog.loadBuiltIn();
+        std::mutex mutex;
+        std::vector<std::int64_t> delays;
+        std::vector<std::unique_ptr<embedded::StreamFeed>> feeds;
+        std::atomic<std::uint64_t> read{0};
+        for (std::size_t i = 0; i < readers; ++i) {
+            embedded::StreamFeedOptions o;
+            o.address = server.address();
+            o.services = catalog.serviceIds();
+            o.onEntry = [&](const embedded::stream::Entry& e) {
+                const std::int64_t delay = wallMicros() - e.publishedMs * 1000;
+                std::lock_guard lock(mutex);
+                delays.push_back(delay);
+            };
+            feeds.push_back(std::make_unique<embedded::StreamFeed>());
+            feeds.back()->start(o, [&](std::vector<embedded::FeedEvent> events) { read += events.size(); });
+        }
+        embedded::PublisherOptions p;
+        p.address = server.address();
+        p.run = "transport";
+        embedded::StreamPublisher publisher(p);
+        publisher.connect(error);
+        embedded::GeneratorOptions g;
+        g.startTime = wallMicros() / 1000000;
+        embedded::NewsGenerator generator(g);
+        const auto begin = Clock::now();
+        std::uint64_t made = 0;
+        std::int64_t source = 0;
+        while (std::chrono::duration<double>(Clock::now() - begin).count() < kSeconds) {
+            const auto due =
+                static_cast<std::uint64_t>(std::chrono::duration<double>(Clock::now() - begin).count() * rate);
+            std::vector<embedded::FeedEvent> batch;
+            while (made < due) {
+                batch.push_back(generator.next());
+                ++made;
+            }
+            if (!batch.empty() && !publisher.publish(batch, source, error)) {
+                state.SkipWithError(error.c_str());
+                return;
+            }
+            source += static_cast<std::int64_t>(batch.size());
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        const double publishSeconds = std::chrono::duration<double>(Clock::now() - begin).count();
+        const std::uint64_t published = publisher.stats().published;
+        const auto stopped = Clock::now();
+        for (const auto& f : feeds) {
+            while (f->stats().entries < published && Clock::now() - stopped < std::chrono::seconds(60)) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            }
+        }
+        const double catchupMs = std::chrono::duration<double, std::milli>(Clock::now() - stopped).count();
+        feeds.clear();
+        std::sort(delays.begin(), delays.end());
+        const auto percentile = [&](double q) {
+            return delays.empty()
+                       ? 0.0
+                       : static_cast<double>(
+                             delays[std::min(delays.size() - 1, static_cast<std::size_t>(q * delays.size()))]) /
+                             1000.0;
+        };
+        // The publisher stamps whole milliseconds: delays are good to about a millisecond.
+        state.counters["p50_ms"] = percentile(0.50);
+        state.counters["p99_ms"] = percentile(0.99);
+        state.counters["rate"] = static_cast<double>(published) / publishSeconds;
+        state.counters["catchup_ms"] = catchupMs;
+    }
+}
+
+// Server memory per million headlines: generated news (stories, late stories, corrections
+// included, as a day of news has them) appended to an empty server.
+void BM_RedisMemoryPerMillionHeadlines(benchmark::State& state) {
+    const auto events = static_cast<std::size_t>(state.range(0));
+    for (auto _ : state) {
+        distribution::test::RedisServer server;
+        std::string error;
+        if (!server.start(error)) {
+            state.SkipWithError(error.c_str());
+            return;
+        }
+        embedded::RedisConnection admin;
+        admin.connect(server.address(), std::chrono::seconds(5), error);
+        const auto usedMemory = [&] {
+            const embedded::RedisReply info = admin.command({"INFO", "memory"});
+            const std::string text = info.text();
+            const std::size_t at = text.find("used_memory:");
+            return at == std::string::npos ? 0.0 : std::stod(text.substr(at + 12));
+        };
+        const double before = usedMemory();
+        embedded::PublisherOptions p;
+        p.address = server.address();
+        p.run = "memory";
+        p.retain = 0;
+        embedded::StreamPublisher publisher(p);
+        publisher.connect(error);
+        embedded::GeneratorOptions g;
+        g.startTime = wallMicros() / 1000000;
+        embedded::NewsGenerator generator(g);
+        std::size_t headlines = 0;
+        std::vector<embedded::FeedEvent> batch;
+        for (std::size_t i = 0; i < events; ++i) {
+            batch.push_back(generator.next());
+            headlines += batch.back().kind == embedded::FeedEventKind::Headline ? 1 : 0;
+            if (batch.size() == 1000) {
+                publisher.publish(batch, static_cast<std::int64_t>(i), error);
+                batch.clear();
+            }
+        }
+        publisher.publish(batch, static_cast<std::int64_t>(events), error);
+        const double after = usedMemory();
+        state.counters["headlines"] = static_cast<double>(headlines);
+        state.counters["MB_per_million_headlines"] = (after - before) / static_cast<double>(headlines) * 1e6 / 1e6;
+    }
+}
+
+} // namespace
+
+BENCHMARK(BM_DistributionToManyTerminals)
+    ->Args({20, 10000})
+    ->Args({20, 2000})
+    ->Args({5, 10000})
+    ->Iterations(1)
+    ->Unit(benchmark::kSecond)
+    ->UseRealTime();
+BENCHMARK(BM_DistributionTransportOnly)->Args({20, 10000})->Iterations(1)->Unit(benchmark::kSecond)->UseRealTime();
+BENCHMARK(BM_RedisMemoryPerMillionHeadlines)->Arg(200000)->Iterations(1)->Unit(benchmark::kSecond)->UseRealTime();
+BENCHMARK_MAIN();

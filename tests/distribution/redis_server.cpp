@@ -1,0 +1,143 @@
+#include "tests/distribution/redis_server.h"
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace distribution::test {
+
+bool ChildProcess::start(const std::vector<std::string>& argv, const std::filesystem::path& logPath) {
+    kill();
+    std::vector<char*> args;
+    for (const std::string& a : argv) {
+        args.push_back(const_cast<char*>(a.c_str()));
+    }
+    args.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, logPath.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+    posix_spawn_file_actions_adddup2(&actions, 1, 2);
+    const int rc = posix_spawnp(&m_pid, args[0], &actions, nullptr, args.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (rc != 0) {
+        m_pid = -1;
+        return false;
+    }
+    return true;
+}
+
+void ChildProcess::kill(int signal) {
+    if (m_pid <= 0) {
+        return;
+    }
+    ::kill(m_pid, signal);
+    int status = 0;
+    ::waitpid(m_pid, &status, 0);
+    m_pid = -1;
+}
+
+int ChildProcess::wait() {
+    if (m_pid <= 0) {
+        return -1;
+    }
+    int status = 0;
+    ::waitpid(m_pid, &status, 0);
+    m_pid = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+int freePort() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = 0;
+    socklen_t length = sizeof address;
+    int port = 0;
+    if (::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
+        port = ntohs(address.sin_port);
+    }
+    ::close(fd);
+    return port;
+}
+
+RedisServer::RedisServer() {
+    static std::atomic<int> counter{0};
+    m_folder = std::filesystem::temp_directory_path() /
+               ("news-redis-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
+    std::filesystem::remove_all(m_folder);
+    std::filesystem::create_directories(m_folder);
+}
+
+RedisServer::~RedisServer() {
+    m_process.kill();
+    std::error_code ec;
+    std::filesystem::remove_all(m_folder, ec);
+}
+
+bool RedisServer::start(std::string& error) {
+    // A first start may move to another port when the one found is taken meanwhile; a restart
+    // keeps its port, since the clients know it.
+    const bool first = m_port == 0;
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        if (first) {
+            m_port = freePort();
+        }
+        const std::vector<std::string> argv{"redis-server",
+                                            "--bind",
+                                            "127.0.0.1",
+                                            "--port",
+                                            std::to_string(m_port),
+                                            "--dir",
+                                            m_folder.string(),
+                                            "--save",
+                                            "",
+                                            "--appendonly",
+                                            "yes",
+                                            "--protected-mode",
+                                            "yes",
+                                            "--daemonize",
+                                            "no"};
+        if (!m_process.start(argv, m_folder / "redis.log")) {
+            error = "cannot start redis-server (is it installed? scripts/setup installs it)";
+            return false;
+        }
+        // Ready once it answers; a port taken meanwhile makes it exit, and a new port is tried.
+        for (int i = 0; i < 100; ++i) {
+            embedded::RedisConnection probe;
+            std::string why;
+            if (probe.connect(address(), std::chrono::milliseconds(500), why)) {
+                const embedded::RedisReply pong = probe.command({"PING"});
+                if (pong && pong.text() == "PONG") {
+                    return true;
+                }
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        m_process.kill();
+    }
+    error = "redis-server did not answer on 127.0.0.1:" + std::to_string(m_port) + " (see " +
+            (m_folder / "redis.log").string() + ")";
+    return false;
+}
+
+void RedisServer::kill() {
+    m_process.kill(SIGKILL);
+}
+
+void RedisServer::terminate() {
+    m_process.kill(SIGTERM);
+}
+
+} // namespace distribution::test

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+#include "embedded_backend/redis_connection.h"
+
+namespace distribution::test {
+
+// A child process started for a test and killed with it, even when the test fails.
+class ChildProcess {
+public:
+    ChildProcess() = default;
+    ~ChildProcess() { kill(); }
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    // argv[0] is looked up on PATH; output goes to logPath. False when it cannot start.
+    bool start(const std::vector<std::string>& argv, const std::filesystem::path& logPath);
+    // SIGKILL (or another signal) and wait; no-op when not running.
+    void kill(int signal = 9);
+    // Waits for the child to end by itself; its exit code, or -1 when killed by a signal.
+    int wait();
+    bool running() const { return m_pid > 0; }
+
+private:
+    pid_t m_pid = -1;
+};
+
+// A redis-server of its own for one test: the loopback address, a free port, a throw-away
+// folder, no snapshots and an append-only file so that a restart finds what was written.
+class RedisServer {
+public:
+    RedisServer();
+    ~RedisServer();
+
+    // Starts (or starts again, same port and folder); false with a message when it did not
+    // answer within a few seconds.
+    bool start(std::string& error);
+    // Kills it without a chance to save (SIGKILL), or shuts it down cleanly (SIGTERM).
+    void kill();
+    void terminate();
+
+    embedded::RedisAddress address() const { return {"127.0.0.1", m_port}; }
+    std::string addressText() const { return "127.0.0.1:" + std::to_string(m_port); }
+    const std::filesystem::path& folder() const { return m_folder; }
+
+private:
+    std::filesystem::path m_folder;
+    int m_port = 0;
+    ChildProcess m_process;
+};
+
+// A port nobody listens on right now.
+int freePort();
+
+} // namespace distribution::test
