@@ -65,7 +65,7 @@ constexpr unsigned kMaskWarningSearch = 0x40;
 // Services with fixed roles.
 constexpr unsigned char kServiceStock = 16;
 constexpr unsigned char kServiceHongKong = 22;
-constexpr unsigned char kServiceWarrant = 52; // the character '4'
+constexpr unsigned char kServiceWarrant = 52;   // the character '4'
 constexpr unsigned char kServiceEmerging = 122; // the character 'z'
 
 // Registered window messages.

@@ -4,6 +4,10 @@ namespace {
 BKQuoteInterface* g_instance = nullptr;
 }
 
-BKQuoteInterface* BKQuoteInterface::GetBKInterface() { return g_instance; }
+BKQuoteInterface* BKQuoteInterface::GetBKInterface() {
+    return g_instance;
+}
 
-void BKQuoteInterface::SetBKInterface(BKQuoteInterface* instance) { g_instance = instance; }
+void BKQuoteInterface::SetBKInterface(BKQuoteInterface* instance) {
+    g_instance = instance;
+}

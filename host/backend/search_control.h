@@ -10,8 +10,8 @@ class SearchObjInterface {
 public:
     virtual ~SearchObjInterface() = default;
     // Codes and names of a service's symbols, in the host's order.
-    virtual bool GetSymbolsByService(unsigned char service, std::vector<CString>& codes,
-                                     std::vector<CString>& names, int flag) = 0;
+    virtual bool GetSymbolsByService(unsigned char service, std::vector<CString>& codes, std::vector<CString>& names,
+                                     int flag) = 0;
     // Candidate texts ("[market] code name") for a typed text, best first.
     virtual bool FindSearchList(const CString& text, std::vector<CString>& candidates) = 0;
 };

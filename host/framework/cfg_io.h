@@ -21,10 +21,10 @@ public:
 
     bool GetViewInfoInt(const CString& section, int layout1, int layout2, const CString& viewKey, const CString& key,
                         int& value) const;
-    bool GetViewInfoBool(const CString& section, int layout1, int layout2, const CString& viewKey,
-                         const CString& key, bool& value) const;
+    bool GetViewInfoBool(const CString& section, int layout1, int layout2, const CString& viewKey, const CString& key,
+                         bool& value) const;
     void SetViewInfoInt(const CString& section, int layout1, int layout2, const CString& viewKey, const CString& key,
                         int value);
-    void SetViewInfoBool(const CString& section, int layout1, int layout2, const CString& viewKey,
-                         const CString& key, bool value);
+    void SetViewInfoBool(const CString& section, int layout1, int layout2, const CString& viewKey, const CString& key,
+                         bool value);
 };

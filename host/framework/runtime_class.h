@@ -44,4 +44,6 @@ public:                                                                         
             #cls, []() -> std::unique_ptr<TRVVirtualBaseView> { return std::make_unique<cls>(); }};                    \
         return &runtimeClass;                                                                                          \
     }                                                                                                                  \
-    const CRuntimeClass* cls::GetRuntimeClass() const { return GetThisClass(); }
+    const CRuntimeClass* cls::GetRuntimeClass() const {                                                                \
+        return GetThisClass();                                                                                         \
+    }

@@ -12,8 +12,12 @@
 // the very end of a text (no trail byte) counts as a one-byte character.
 namespace cp950 {
 
-constexpr bool isLeadByte(unsigned char c) { return c >= 0x81 && c <= 0xFE; }
-constexpr bool isTrailByte(unsigned char c) { return (c >= 0x40 && c <= 0x7E) || (c >= 0xA1 && c <= 0xFE); }
+constexpr bool isLeadByte(unsigned char c) {
+    return c >= 0x81 && c <= 0xFE;
+}
+constexpr bool isTrailByte(unsigned char c) {
+    return (c >= 0x40 && c <= 0x7E) || (c >= 0xA1 && c <= 0xFE);
+}
 
 // Byte length (1 or 2) of the character that starts at pos; 0 at or past the end.
 std::size_t charLength(std::string_view text, std::size_t pos);

@@ -38,9 +38,9 @@ public:
     virtual CString cszGetHeaderText(int col) const = 0;
 
     // Rows.
-    virtual void vClearAllRows() = 0;               // removes every row and its cells
-    virtual void vAddRows(std::size_t count) = 0;   // appends empty rows
-    virtual void vInsertRow(std::size_t row) = 0;   // inserts one empty row before row
+    virtual void vClearAllRows() = 0;             // removes every row and its cells
+    virtual void vAddRows(std::size_t count) = 0; // appends empty rows
+    virtual void vInsertRow(std::size_t row) = 0; // inserts one empty row before row
     virtual void vDeleteRow(std::size_t row) = 0;
     virtual std::size_t iGetRowCount() const = 0;
     virtual void vSetCellText(std::size_t row, int col, const CString& text) = 0;
@@ -54,14 +54,14 @@ public:
     // user sees now.
     virtual int iGetFirstVisibleRow() const = 0;
     virtual int iGetRowsPerPage() const = 0;
-    virtual void vResetRowBkColor() = 0; // restarts the alternating row background
-    virtual void vResetScroll() = 0;     // scroll position to the top, scroll bars updated
+    virtual void vResetRowBkColor() = 0;         // restarts the alternating row background
+    virtual void vResetScroll() = 0;             // scroll position to the top, scroll bars updated
     virtual void vAutoVerScrolling(int row) = 0; // scrolls so that row is visible
 
     // Selection and focus.
-    virtual void vSetActiveSelection(int row, int col) = 0; // one selected row, focus on it
+    virtual void vSetActiveSelection(int row, int col) = 0;             // one selected row, focus on it
     virtual void vGetAllSelectionNdx(std::vector<int>& rows) const = 0; // ascending
-    virtual Point cptGetFocusNdx() const = 0; // x column, y row; y -1 when no focus row
+    virtual Point cptGetFocusNdx() const = 0;                           // x column, y row; y -1 when no focus row
     virtual bool bHasFocus() const = 0;
     virtual int iCalcRowNdx(Point clientPoint) const = 0; // -1 outside the rows
 

@@ -1,7 +1,6 @@
-#include "host/framework/item_display.h"
-
 #include <gtest/gtest.h>
 
+#include "host/framework/item_display.h"
 #include "host/framework/sync_info.h"
 
 namespace {

@@ -8,8 +8,8 @@
 
 namespace {
 
-using host::ui::Message;
 using host::ui::MAKEWPARAM;
+using host::ui::Message;
 namespace win = host::ui::win;
 
 struct Target {
