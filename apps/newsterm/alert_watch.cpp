@@ -49,16 +49,7 @@ AlertWatch::~AlertWatch() {
 }
 
 void AlertWatch::subscribe() {
-    BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface();
-    std::vector<unsigned char> services;
-    if (bk == nullptr || !bk->BKQNEWS_bGetAllNewsService(services)) {
-        return;
-    }
-    std::vector<CSymbolInfo> added;
-    for (const unsigned char service : services) {
-        added.push_back(CSymbolInfo{service, {}, {}});
-    }
-    NewsSubscriptions::instance().change(this, added, {});
+    NewsSubscriptions::instance().subscribeToEveryService(this);
 }
 
 void AlertWatch::RecvNewHeadLine(const CHeadline* headline, const CString& /*categoryId*/,

@@ -36,16 +36,7 @@ FlashLine::~FlashLine() {
 }
 
 void FlashLine::subscribe() {
-    BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface();
-    std::vector<unsigned char> services;
-    if (bk == nullptr || !bk->BKQNEWS_bGetAllNewsService(services)) {
-        return;
-    }
-    std::vector<CSymbolInfo> added;
-    for (const unsigned char service : services) {
-        added.push_back(CSymbolInfo{service, {}, {}});
-    }
-    NewsSubscriptions::instance().change(this, added, {});
+    NewsSubscriptions::instance().subscribeToEveryService(this);
 }
 
 void FlashLine::RecvNewHeadLine(const CHeadline* headline, const CString& /*categoryId*/,

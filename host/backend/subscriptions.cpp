@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host/backend/bk_quote_interface.h"
+
 NewsSubscriptions& NewsSubscriptions::instance() {
     static NewsSubscriptions subscriptions;
     return subscriptions;
@@ -94,4 +96,18 @@ bool NewsSubscriptions::isRegistered(const NewsReceiver* receiver, unsigned char
 
 void NewsSubscriptions::clear() {
     m_entries.clear();
+}
+
+void NewsSubscriptions::subscribeToEveryService(NewsReceiver* receiver) {
+    BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface();
+    std::vector<unsigned char> services;
+    if (bk == nullptr || !bk->BKQNEWS_bGetAllNewsService(services)) {
+        return;
+    }
+    std::vector<CSymbolInfo> added;
+    added.reserve(services.size());
+    for (const unsigned char service : services) {
+        added.push_back(CSymbolInfo{service, {}, {}});
+    }
+    change(receiver, added, {});
 }

@@ -19,6 +19,9 @@ public:
 
     void change(NewsReceiver* receiver, const std::vector<CSymbolInfo>& added, const std::vector<CSymbolInfo>& removed);
     void removeReceiver(NewsReceiver* receiver);
+    // Registers the receiver for every news service the back end offers (nothing when there is
+    // no back end or it names no service).
+    void subscribeToEveryService(NewsReceiver* receiver);
 
     // Receivers that registered the whole service, in registration order.
     std::vector<NewsReceiver*> receiversFor(unsigned char service) const;

@@ -59,11 +59,6 @@ protected:
         }
         return -1;
     }
-    void clickTab(int mode) {
-        const int index = tabOf(mode);
-        ASSERT_GE(index, 0) << "no tab for mode " << mode;
-        click(tabBar(), tabBar()->tabRect(index).center());
-    }
     static host::ui::Window* modalWindow() {
         QWidget* dialog = QApplication::activeModalWidget();
         return dialog != nullptr ? qthost::QtUiHost::windowOf(dialog) : nullptr;

@@ -35,18 +35,6 @@ protected:
     QByteArray applicationIni() const override {
         return "[NewsCtrlSearchView]\r\nShowNormalSearch=1\r\nShowWarningSearch=0\r\n";
     }
-    void clickTab(int mode) {
-        auto* tabs = widget<QTabBar>(news::kIdTabStrip);
-        auto* strip = dynamic_cast<host::ui::TabStrip*>(control(news::kIdTabStrip));
-        ASSERT_TRUE(tabs != nullptr && strip != nullptr);
-        for (int i = 0; i < strip->itemCount(); ++i) {
-            if (strip->itemData(i) == mode) {
-                click(tabs, tabs->tabRect(i).center());
-                return;
-            }
-        }
-        FAIL() << "no tab for mode " << mode;
-    }
 
     // The titles of the search list, top to bottom.
     QStringList searchTitles() const {
