@@ -113,19 +113,27 @@ bool RedisServer::start(std::string& error) {
             error = "cannot start redis-server (is it installed? scripts/setup installs it)";
             return false;
         }
-        // Ready once it answers; a port taken meanwhile makes it exit, and a new port is tried.
+        // Ready once it answers as this very process: tests run side by side, and a port taken
+        // meanwhile by another test's server makes ours exit while theirs answers the probe.
+        const std::string self = "process_id:" + std::to_string(m_process.pid()) + "\r";
         for (int i = 0; i < 100; ++i) {
             embedded::RedisConnection probe;
             std::string why;
             if (probe.connect(address(), std::chrono::milliseconds(500), why)) {
-                const embedded::RedisReply pong = probe.command({"PING"});
-                if (pong && pong.text() == "PONG") {
+                const embedded::RedisReply info = probe.command({"INFO", "server"});
+                if (info && info.text().find(self) != std::string::npos) {
                     return true;
+                }
+                if (info && !info.isError()) {
+                    break; // someone else's server holds the port
                 }
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
         m_process.kill();
+        if (!first) {
+            break; // a restart cannot move: its clients know the port
+        }
     }
     error = "redis-server did not answer on 127.0.0.1:" + std::to_string(m_port) + " (see " +
             (m_folder / "redis.log").string() + ")";

@@ -25,6 +25,7 @@ public:
     // Waits for the child to end by itself; its exit code, or -1 when killed by a signal.
     int wait();
     bool running() const { return m_pid > 0; }
+    pid_t pid() const { return m_pid; }
 
 private:
     pid_t m_pid = -1;
