@@ -107,12 +107,8 @@ bool CNewsKeySearchDlg::OnInitDialog() {
     m_pAllNewsTypes = GetDlgItemAs<host::ui::Button>(kIdAllNewsTypes);
     m_pAllKeySets = GetDlgItemAs<host::ui::Button>(kIdAllKeySets);
     m_pKeySetList = GetDlgItemAs<host::ui::ListCtrl>(kIdKeySetList);
-    const CString title = Lang("IDS_DIALOG-DEAL-SEARCH_RELATION_TITLE");
-    if (GetWnd() != nullptr) {
-        GetWnd()->setText(title);
-    }
     if (host::ui::Window* caption = GetDlgItem(kIdTitle)) {
-        caption->setText(title);
+        caption->setText(Lang("IDS_DIALOG-DEAL-SEARCH_RELATION_TITLE"));
     }
     for (host::ui::Button* box : {m_pAllNewsTypes, m_pAllKeySets}) {
         if (box != nullptr) {
@@ -127,22 +123,17 @@ bool CNewsKeySearchDlg::OnInitDialog() {
     }
     if (m_pKeySetList != nullptr) {
         using Align = host::ui::ListCtrl::Align;
-        m_pKeySetList->setExtendedStyle(kKeySetListStyle);
-        m_pKeySetList->insertColumn(0, Lang("IDS_DIALOG-DEAL-SEARCH_SEARCH_METHOD"), kMethodColumnWidth,
-                                    Align::kCenter);
-        m_pKeySetList->insertColumn(1, Lang("IDS_DIALOG-DEAL-SEARCH_NEWSTYPE"), kNewsTypeColumnWidth, Align::kLeft);
-        m_pKeySetList->insertColumn(2, Lang("IDS_DIALOG-DEAL-SEARCH_SEARCH_CONTENTS"),
-                                    m_pKeySetList->clientRect().Width() - kOtherColumnWidths, Align::kLeft);
+        vInitStoredList(*m_pKeySetList, kKeySetListStyle,
+                        {{"IDS_DIALOG-DEAL-SEARCH_SEARCH_METHOD", kMethodColumnWidth, Align::kCenter},
+                         {"IDS_DIALOG-DEAL-SEARCH_NEWSTYPE", kNewsTypeColumnWidth, Align::kLeft}},
+                        kOtherColumnWidths);
         m_pKeySetList->deleteAllItems();
         for (int row = 0; row < static_cast<int>(m_vNewsKey.size()); ++row) {
             m_pKeySetList->insertItem(row, CString{});
             vSetRowTexts(row);
         }
     }
-    vFillPool(CString{});
-    vSwitchTab(0);
-    vLoadKeywords();
-    UpdateData(false);
+    vShowKeywordPart("IDS_DIALOG-DEAL-SEARCH_RELATION_TITLE");
     return true;
 }
 
@@ -151,9 +142,7 @@ void CNewsKeySearchDlg::vSetRowTexts(int row) {
         return;
     }
     const CNewsKey& key = m_vNewsKey[static_cast<std::size_t>(row)];
-    m_pKeySetList->setItemText(row, 0,
-                               Lang(key.m_iMethod == CNewsKey::kMethodAnd ? "IDS_DIALOG-DEAL-SEARCH_AND_BUTTON"
-                                                                          : "IDS_DIALOG-DEAL-SEARCH_OR_BUTTON"));
+    m_pKeySetList->setItemText(row, 0, MethodText(key.m_iMethod == CNewsKey::kMethodAnd));
     CString types;
     if (key.m_vNewsType.size() == m_mapCategory.size()) {
         types = Lang("IDS_DIALOG-DEAL-SEARCH_ALL_NEWSTYPE");
@@ -166,12 +155,7 @@ void CNewsKeySearchDlg::vSetRowTexts(int row) {
         }
     }
     m_pKeySetList->setItemText(row, 1, types);
-    CString keywords;
-    for (const CString& keyword : key.m_vKeyword) {
-        keywords += keyword;
-        keywords += ' ';
-    }
-    m_pKeySetList->setItemText(row, 2, keywords);
+    m_pKeySetList->setItemText(row, 2, RowKeywords(key.m_vKeyword));
 }
 
 // ---- Saving, editing and deleting key sets ----
