@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/framework/host_context.h"
+#include "host/text/format.h"
 #include "host/ui/messages.h"
 #include "host/ui/ui_host.h"
 
@@ -27,32 +28,6 @@ enum : int {
 constexpr int kMethodColumnWidth = 90;
 constexpr int kNewsTypeColumnWidth = 160;
 constexpr int kOtherColumnWidths = 268; // the two fixed columns, the border and the scroll bar
-
-// The language text used as a format with one integer: its first %d (or %i, %u) takes the
-// number and %% stands for %. Any other conversion is left as it is, so a text from the
-// language file can never read arguments that are not there.
-CString formatCount(const CString& format, int count) {
-    CString out;
-    bool done = false;
-    for (std::size_t i = 0; i < format.size(); ++i) {
-        if (format[i] != '%' || i + 1 >= format.size()) {
-            out += format[i];
-            continue;
-        }
-        const char conversion = format[i + 1];
-        if (conversion == '%') {
-            out += '%';
-            ++i;
-        } else if (!done && (conversion == 'd' || conversion == 'i' || conversion == 'u')) {
-            out += std::to_string(count);
-            done = true;
-            ++i;
-        } else {
-            out += '%';
-        }
-    }
-    return out;
-}
 
 } // namespace
 
@@ -285,7 +260,8 @@ void CNewsKeySearchDlg::OnDeleteKeySets() {
 
 void CNewsKeySearchDlg::vDeleteKeySets(const std::vector<CNewsKey>& doomed) {
     host::ui::UiHost* ui = host::HostContext::current().ui;
-    const CString question = formatCount(Lang("IDS_DIALOG-DEAL-SEARCH_REQDEL_KEY"), static_cast<int>(doomed.size()));
+    const CString question =
+        text::formatCount(Lang("IDS_DIALOG-DEAL-SEARCH_REQDEL_KEY"), static_cast<int>(doomed.size()));
     if (ui == nullptr ||
         ui->dialogs().messageBox(GetWnd(), question, CString{}, win::MB_YESNO | win::MB_ICONQUESTION) != win::IDYES) {
         return;
