@@ -54,7 +54,10 @@ private:
         "董事會同時通過年度營運計畫，並將召開股東常會。"};
 };
 
-TEST(StoreWriteVolume, OneHeadlineATransactionStaysWithinAFewPagesPerHeadline) {
+TEST(StoreWriteVolume, OneHeadlineATransactionWritesLessThanWithTheLibraryDefaults) {
+    if (bytesWritten() == 0) {
+        GTEST_SKIP() << "this system does not count the bytes a process writes";
+    }
     TempFolder folder;
     NewsStore store;
     const std::string path = (folder.path() / "news.db").string();
@@ -89,8 +92,8 @@ TEST(StoreWriteVolume, OneHeadlineATransactionStaysWithinAFewPagesPerHeadline) {
     // Each commit appends the pages it touched to the WAL (4 KiB each) and a checkpoint copies
     // them into the file. With the system library's defaults (freed pages zeroed, a checkpoint
     // every 1000 pages, a 2 MiB cache) and per-row token counts in the indexes this wrote about
-    // 169 KiB per headline; it writes about 126 KiB now, and going back on any one of those
-    // settings alone costs more than 140 KiB.
+    // 169 KiB per headline; it writes about 126 KiB now. Going back on the zeroing, the
+    // checkpoint interval or the token counts alone costs more than 140 KiB.
     EXPECT_LT(perHeadline, 136u * 1024) << perHeadline << " bytes written per stored headline";
 
     // Nothing of what was committed is missing after the store is closed and opened again.
