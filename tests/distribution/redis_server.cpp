@@ -129,6 +129,39 @@ bool RedisServer::start(std::string& error) {
     return false;
 }
 
+namespace {
+
+// The file the server appends to now: the newest "incr" file of its append-only folder.
+std::filesystem::path appendedFile(const std::filesystem::path& folder) {
+    std::filesystem::path newest;
+    std::error_code ec;
+    for (const auto& entry : std::filesystem::directory_iterator(folder / "appendonlydir", ec)) {
+        const std::string name = entry.path().filename().string();
+        if (name.size() > 9 && name.compare(name.size() - 9, 9, ".incr.aof") == 0 && entry.path() > newest) {
+            newest = entry.path();
+        }
+    }
+    return newest;
+}
+
+} // namespace
+
+std::uintmax_t RedisServer::appendedSize() const {
+    std::error_code ec;
+    const std::uintmax_t size = std::filesystem::file_size(appendedFile(m_folder), ec);
+    return ec ? 0 : size;
+}
+
+bool RedisServer::cutAppendedTo(std::uintmax_t size) const {
+    const std::filesystem::path file = appendedFile(m_folder);
+    std::error_code ec;
+    if (file.empty() || std::filesystem::file_size(file, ec) < size) {
+        return false;
+    }
+    std::filesystem::resize_file(file, size, ec);
+    return !ec;
+}
+
 void RedisServer::kill() {
     m_process.kill(SIGKILL);
 }

@@ -61,6 +61,11 @@ public:
     void kill();
     void terminate();
 
+    // The size of the file the server appends its writes to, and cutting it back (after a
+    // kill) to lose the writes since: what a server whose disk was slow loses when it dies.
+    std::uintmax_t appendedSize() const;
+    bool cutAppendedTo(std::uintmax_t size) const;
+
     embedded::RedisAddress address() const { return {"127.0.0.1", m_port.port()}; }
     std::string addressText() const { return "127.0.0.1:" + std::to_string(m_port.port()); }
     const std::filesystem::path& folder() const { return m_folder; }
