@@ -42,6 +42,9 @@ struct EmbeddedBackendOptions {
     std::size_t maxSearchResults = 1000;                    // newest first
     std::size_t tableDepth = NewsCache::kDefaultTableDepth; // newest entries of a category or symbol table
     bool startConnected = true;
+    // The most feed events held while disconnected; beyond it they reach the store and the
+    // cache in parts, announced to the views with the reconnection.
+    std::size_t heldLimit = Ingest::kDefaultHeldLimit;
     bool convertToSimplified = false;
     int productId = 0;
     // Called on the UI thread when the store fails to write (a full disk, a file damaged
