@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -191,7 +192,7 @@ private:
     StreamFeed m_streamFeed;
     std::map<unsigned char, StreamPosition> m_streamPositions; // as the store had them at open()
     bool m_opened = false;
-    bool m_shutDown = false;
+    std::atomic<bool> m_shutDown{false}; // read by the feed threads
 };
 
 } // namespace embedded
