@@ -43,7 +43,8 @@ void postToUi(UiDispatcher* dispatcher, const std::weak_ptr<UiState>& ui, std::f
 
 EmbeddedBackend::EmbeddedBackend(EmbeddedBackendOptions options)
     : m_options(std::move(options)), m_systemClock(std::make_unique<SystemClock>()), m_ui(std::make_shared<UiState>()),
-      m_worker(std::make_unique<StoreWorker>()) {
+      m_worker(std::make_unique<StoreWorker>(
+          StoreWorker::Options{m_options.storeCommitWindow, 20000, m_options.storeNiceIncrement})) {
     m_options.daysToKeep = std::max(1, m_options.daysToKeep);
     m_ui->subscriptions = m_options.subscriptions != nullptr ? m_options.subscriptions : &NewsSubscriptions::instance();
     m_ui->connected = m_options.startConnected;

@@ -42,6 +42,11 @@ struct EmbeddedBackendOptions {
     std::size_t maxSearchResults = 1000;                    // newest first
     std::size_t tableDepth = NewsCache::kDefaultTableDepth; // newest entries of a category or symbol table
     bool startConnected = true;
+    // Nice steps the store's writer thread runs below the feeds and the UI (Linux): on a busy
+    // machine the store's queue grows rather than the delay of new headlines to the views.
+    int storeNiceIncrement = 5;
+    // How long the store keeps a write transaction open to gather more news (see StoreWorker).
+    std::chrono::milliseconds storeCommitWindow{200};
     bool convertToSimplified = false;
     int productId = 0;
     // Called on the UI thread when the store fails to write (a full disk, a file damaged

@@ -53,7 +53,8 @@ public:
     int keepFrom(int day) const;
 
 private:
-    void convert(const FeedEvent& e, NewsBatch& batch);
+    // Spends the event: its texts are moved into the batch.
+    void convert(FeedEvent& e, NewsBatch& batch);
     void send(NewsBatch& batch, bool toStore);
     // Asks the server for the numbers of every gap found so far and adds what it sends.
     void fillGaps(NewsBatch& recovery);
