@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <future>
 #include <utility>
 
 #ifdef __linux__
@@ -40,6 +41,7 @@ StoreWorker::StoreWorker(Options options) : m_options(options) {}
 
 StoreWorker::~StoreWorker() {
     stop();
+    takeQueued(); // frees what was queued after stop()
 }
 
 void StoreWorker::setErrorHandler(ErrorHandler handler) {
@@ -59,31 +61,36 @@ void StoreWorker::start() {
     });
 }
 
+void StoreWorker::push(Item item) {
+    auto* node = new Node{std::move(item), m_queued.load()};
+    while (!m_queued.compare_exchange_weak(node->next, node)) {
+    }
+    // Only a sleeping worker needs the lock: it holds it just to check for work and wait.
+    if (m_sleeping.load()) {
+        std::lock_guard lock(m_mutex);
+        m_wake.notify_one();
+    }
+}
+
 void StoreWorker::write(std::shared_ptr<const NewsBatch> batch) {
-    std::lock_guard lock(m_mutex);
-    m_queue.push_back(Item{std::move(batch), {}});
-    ++m_queued;
-    m_wake.notify_one();
+    push(Item{std::move(batch), {}});
 }
 
 void StoreWorker::post(Task task) {
-    std::lock_guard lock(m_mutex);
-    m_queue.push_back(Item{nullptr, std::move(task)});
-    ++m_queued;
-    m_wake.notify_one();
+    push(Item{nullptr, std::move(task)});
 }
 
 void StoreWorker::flush() {
-    std::unique_lock lock(m_mutex);
-    if (!m_thread.joinable()) {
-        return;
+    {
+        std::lock_guard lock(m_mutex);
+        if (!m_thread.joinable() || m_stopping) {
+            return;
+        }
     }
-    const std::uint64_t ticket = m_queued;
-    // Tells a transaction waiting for its window to end to commit now.
-    ++m_flushWaiters;
-    m_wake.notify_one();
-    m_done.wait(lock, [&] { return m_finished >= ticket; });
-    --m_flushWaiters;
+    // A task runs after everything queued before it, and commits the open transaction first.
+    std::promise<void> done;
+    post([&done](NewsStore&) { done.set_value(); });
+    done.get_future().wait();
 }
 
 void StoreWorker::stop() {
@@ -108,73 +115,76 @@ std::string StoreWorker::lastError() const {
     return m_lastError;
 }
 
-void StoreWorker::finish(std::uint64_t items) {
-    if (items == 0) {
-        return;
+std::vector<StoreWorker::Item> StoreWorker::takeQueued() {
+    Node* node = m_queued.exchange(nullptr);
+    std::vector<Item> items;
+    while (node != nullptr) {
+        items.push_back(std::move(node->item));
+        delete std::exchange(node, node->next);
     }
-    std::lock_guard lock(m_mutex);
-    m_finished += items;
-    m_done.notify_all();
+    std::reverse(items.begin(), items.end());
+    return items;
+}
+
+void StoreWorker::sleep(const std::chrono::steady_clock::time_point* until) {
+    std::unique_lock lock(m_mutex);
+    m_sleeping = true;
+    const auto ready = [&] { return m_stopping.load() || m_queued.load() != nullptr; };
+    if (until != nullptr) {
+        m_wake.wait_until(lock, *until, ready);
+    } else {
+        m_wake.wait(lock, ready);
+    }
+    m_sleeping = false;
 }
 
 void StoreWorker::run() {
     while (true) {
-        std::deque<Item> items;
-        {
-            std::unique_lock lock(m_mutex);
+        std::vector<Item> items = takeQueued();
+        if (items.empty()) {
             if (m_inTransaction) {
                 // More batches may join the open transaction until its window ends.
-                m_wake.wait_until(lock, m_transactionStart + m_options.commitWindow,
-                                  [&] { return m_stopping || m_flushWaiters > 0 || !m_queue.empty(); });
-                if (m_queue.empty()) {
-                    lock.unlock();
-                    commitOpen();
+                const auto end = m_transactionStart + m_options.commitWindow;
+                if (std::chrono::steady_clock::now() < end && !m_stopping) {
+                    sleep(&end);
                     continue;
                 }
-            } else {
-                m_wake.wait(lock, [&] { return m_stopping || !m_queue.empty(); });
-                if (m_queue.empty()) {
-                    return; // stopping with nothing left
-                }
+                commitOpen();
+                reportFailures();
+                continue;
             }
-            items.swap(m_queue);
+            if (m_stopping) {
+                return; // stopping with nothing left
+            }
+            sleep(nullptr);
+            continue;
         }
         std::size_t index = 0;
-        std::uint64_t done = 0;
         while (index < items.size()) {
             if (items[index].batch) {
-                done += writeAll(items, index);
+                writeAll(items, index);
             } else {
-                // A task sees every write queued before it, committed.
+                // A task sees every write queued before it committed, and its failures reported.
                 commitOpen();
+                reportFailures();
                 items[index].task(m_store);
                 ++index;
-                ++done;
             }
         }
-        finish(done);
-        bool commitNow = false;
-        {
-            std::lock_guard lock(m_mutex);
-            commitNow = m_stopping || m_flushWaiters > 0 ||
-                        std::chrono::steady_clock::now() >= m_transactionStart + m_options.commitWindow;
-        }
-        if (m_inTransaction && commitNow) {
+        if (m_inTransaction && std::chrono::steady_clock::now() >= m_transactionStart + m_options.commitWindow) {
             commitOpen();
         }
         reportFailures();
     }
 }
 
-std::uint64_t StoreWorker::writeAll(std::deque<Item>& items, std::size_t& index) {
-    std::uint64_t done = 0;
+void StoreWorker::writeAll(std::vector<Item>& items, std::size_t& index) {
     if (!m_store.isOpen()) {
         // Without a store (it failed to open) the news still reaches the cache; nothing to write.
         while (index < items.size() && items[index].batch) {
             ++index;
-            ++done;
         }
-        return done;
+        return;
     }
     while (index < items.size() && items[index].batch) {
         if (!m_inTransaction) {
@@ -182,7 +192,6 @@ std::uint64_t StoreWorker::writeAll(std::deque<Item>& items, std::size_t& index)
                 m_pendingError = m_store.lastError();
                 ++m_pendingFailures;
                 ++index;
-                ++done;
                 continue;
             }
             m_inTransaction = true;
@@ -201,14 +210,12 @@ std::uint64_t StoreWorker::writeAll(std::deque<Item>& items, std::size_t& index)
             }
         }
         m_transactionChanges += items[index].batch->changes.size();
-        ++m_uncommittedItems;
+        items[index].batch.reset(); // the UI may hold the last reference; free it here otherwise
         ++index;
         if (m_store.damaged() || m_transactionChanges >= m_options.maxChanges) {
-            // The items of a transaction count as done once it is committed (or rolled back).
             commitOpen();
         }
     }
-    return done;
 }
 
 void StoreWorker::commitOpen() {
@@ -223,7 +230,6 @@ void StoreWorker::commitOpen() {
         ++m_pendingFailures;
         m_store.rollback();
     }
-    finish(std::exchange(m_uncommittedItems, 0));
 }
 
 void StoreWorker::reportFailures() {
