@@ -41,7 +41,7 @@ public:
         // Changes after which a transaction commits whatever its age.
         std::size_t maxChanges = 20000;
         // Added to the thread's nice value (Linux); 0 leaves it alone.
-        int niceIncrement = 19;
+        int niceIncrement = 5;
     };
 
     StoreWorker();

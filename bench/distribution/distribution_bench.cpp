@@ -399,12 +399,12 @@ void BM_RedisMemoryPerMillionHeadlines(benchmark::State& state) {
 } // namespace
 
 // Arguments: terminals, events per second, nice steps of each store's writer thread (19: the
-// back end's default, the lowest priority; 0: the store at the feeds' priority).
+// lowest priority, what a machine running many back ends sets; 5: the back end's default).
 BENCHMARK(BM_DistributionToManyTerminals)
     ->Args({20, 10000, 19})
     ->Args({20, 5000, 19})
-    ->Args({20, 10000, 0})
-    ->Args({1, 10000, 19})
+    ->Args({20, 10000, 5})
+    ->Args({1, 10000, 5})
     ->Iterations(1)
     ->Unit(benchmark::kSecond)
     ->UseRealTime();
