@@ -89,7 +89,7 @@ EmbeddedBackend::EmbeddedBackend(EmbeddedBackendOptions options)
         [dispatcher, ui](std::shared_ptr<const NewsBatch> batch) {
             postToUi(dispatcher, ui, [batch = std::move(batch)](UiState& state) { state.apply(*batch); });
         },
-        [worker](std::shared_ptr<const NewsBatch> batch) { worker->write(std::move(batch)); });
+        [worker](std::shared_ptr<const NewsBatch> batch) { worker->write(std::move(batch)); }, m_options.heldLimit);
     m_ingest->restore({}, m_options.startConnected);
     m_worker->setErrorHandler([dispatcher, ui](const std::string& error) {
         postToUi(dispatcher, ui, [error](UiState& state) {
@@ -322,6 +322,10 @@ void EmbeddedBackend::startStreamFeed(StreamFeedOptions options) {
         options.positions = m_streamPositions;
     }
     options.startConnected = m_ui->connected;
+    // Catching up, each read waits for the store to write the ones before: a long backlog
+    // flows through in parts instead of piling up in the worker's queue.
+    StoreWorker* worker = m_worker.get();
+    options.settle = [worker] { worker->flush(); };
     // The ingest of the back end: trades to the quote book, news (and bookmarks) to the ingest.
     m_streamFeed.start(std::move(options), [this](std::vector<FeedEvent> events) { ingest(std::move(events)); });
 }

@@ -49,6 +49,9 @@ struct EmbeddedBackendOptions {
     int storeNiceIncrement = 5;
     // How long the store keeps a write transaction open to gather more news (see StoreWorker).
     std::chrono::milliseconds storeCommitWindow{200};
+    // The most feed events held while disconnected; beyond it they reach the store and the
+    // cache in parts, announced to the views with the reconnection.
+    std::size_t heldLimit = Ingest::kDefaultHeldLimit;
     bool convertToSimplified = false;
     int productId = 0;
     // Called on the UI thread when the store fails to write (a full disk, a file damaged

@@ -6,8 +6,9 @@
 
 namespace embedded {
 
-Ingest::Ingest(int daysToKeep, Sink toUi, Sink toStore)
-    : m_daysToKeep(std::max(1, daysToKeep)), m_toUi(std::move(toUi)), m_toStore(std::move(toStore)) {}
+Ingest::Ingest(int daysToKeep, Sink toUi, Sink toStore, std::size_t heldLimit)
+    : m_daysToKeep(std::max(1, daysToKeep)), m_heldLimit(std::max<std::size_t>(1, heldLimit)), m_toUi(std::move(toUi)),
+      m_toStore(std::move(toStore)) {}
 
 void Ingest::restore(const std::map<unsigned char, int>& currentDays, bool connected) {
     std::lock_guard lock(m_mutex);
@@ -182,10 +183,7 @@ void Ingest::submit(std::vector<FeedEvent> events) {
                 NewsBatch recovery;
                 recovery.recovery = true;
                 recovery.changes.emplace_back(ConnectionChange{true});
-                for (FeedEvent& held : m_held) {
-                    convert(held, recovery);
-                }
-                m_held.clear();
+                convertHeld(recovery);
                 // The server's highest numbers show what the link lost besides.
                 for (const auto& gap : m_gaps.gapsToServerHigh()) {
                     m_pendingGaps.push_back(gap);
@@ -197,6 +195,16 @@ void Ingest::submit(std::vector<FeedEvent> events) {
         }
         if (!m_connected) {
             m_held.push_back(std::move(e));
+            m_stats.heldPeak = std::max(m_stats.heldPeak, m_held.size());
+            if (m_held.size() >= m_heldLimit) {
+                // A long disconnection: what is held so far goes on as a part of the recovery
+                // the reconnection will announce.
+                NewsBatch part;
+                part.recovery = true;
+                part.partial = true;
+                convertHeld(part);
+                send(part, true);
+            }
             continue;
         }
         convert(e, batch);
@@ -227,16 +235,29 @@ void Ingest::fillGaps(NewsBatch& recovery) {
     }
 }
 
+void Ingest::convertHeld(NewsBatch& batch) {
+    std::map<unsigned char, std::size_t> lastMark;
+    for (std::size_t i = 0; i < m_held.size(); ++i) {
+        if (m_held[i].kind == FeedEventKind::StreamMark) {
+            lastMark[m_held[i].service] = i;
+        }
+    }
+    for (std::size_t i = 0; i < m_held.size(); ++i) {
+        FeedEvent& held = m_held[i];
+        if (held.kind != FeedEventKind::StreamMark || lastMark[held.service] == i) {
+            convert(held, batch);
+        }
+    }
+    m_held.clear();
+}
+
 void Ingest::releaseHeldToStore() {
     std::lock_guard lock(m_mutex);
     if (m_held.empty()) {
         return;
     }
     NewsBatch batch;
-    for (FeedEvent& held : m_held) {
-        convert(held, batch);
-    }
-    m_held.clear();
+    convertHeld(batch);
     if (!batch.changes.empty() && m_toStore) {
         m_toStore(std::make_shared<const NewsBatch>(std::move(batch)));
     }

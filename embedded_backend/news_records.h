@@ -74,6 +74,10 @@ struct NewsBatch {
     // Changes held back while disconnected and released by the reconnection: applied without
     // pushes and announced through the recovery callbacks instead.
     bool recovery = false;
+    // A part of a recovery still under way (a long disconnection releases what it holds in
+    // parts): the cache and the store take it now, the views hear of it with the recovery
+    // batch that completes it.
+    bool partial = false;
 };
 
 // The order of the store and its full-text indexes, and the headline's key in one number:

@@ -206,6 +206,9 @@ long StreamFeed::readOnce(RedisConnection& connection, bool block) {
         }
     }
     if (!out.empty()) {
+        if (!block && m_options.settle) {
+            m_options.settle(); // catching up: the next part waits for the one before
+        }
         m_sink(std::move(out));
     }
     return connection.connected() ? count : -1;

@@ -28,6 +28,9 @@ struct StreamFeedOptions {
     std::chrono::milliseconds firstRetry{100};         // after a failed connection, doubling...
     std::chrono::milliseconds lastRetry{5000};         // ...up to this
     std::function<void(const stream::Entry&)> onEntry; // each new entry, on the feed thread
+    // Catching up, called on the feed thread before each read is handed on; returns once what
+    // was handed on before is written, so a long backlog never piles up in memory.
+    std::function<void()> settle;
 };
 
 // The back end's reader of the distribution: reads every service's stream after the last entry

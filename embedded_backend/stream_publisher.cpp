@@ -109,6 +109,14 @@ bool StreamPublisher::load(unsigned char service, Service& s, std::string& error
     // The stream itself is the last word on numbers: a state written by hand or lost on its
     // own never makes the publisher use a number the stream already has.
     server.entryNo = std::max(server.entryNo, topEntryNo(replies[1].get()));
+    if (!s.loaded) {
+        const redisReply* top = replies[1].get();
+        if (top->type == REDIS_REPLY_ARRAY && top->elements > 0 && top->element[0]->type == REDIS_REPLY_ARRAY &&
+            top->element[0]->elements > 0 &&
+            !takeOverRecent(service, stringOf(top->element[0]->element[0]), s, error)) {
+            return false;
+        }
+    }
     if (!s.loaded || server.entryNo >= s.state.entryNo) {
         s.state = server;
         s.loaded = true;
@@ -130,6 +138,42 @@ bool StreamPublisher::load(unsigned char service, Service& s, std::string& error
         return false;
     }
     m_stats.resent += again.size();
+    return true;
+}
+
+bool StreamPublisher::takeOverRecent(unsigned char service, std::string_view newestId, Service& s, std::string& error) {
+    s.recent.clear();
+    const auto newest = stream::parseEntryId(newestId);
+    if (!newest || m_options.retain == 0 || m_options.takeOver.count() <= 0) {
+        return true;
+    }
+    const auto span = static_cast<std::uint64_t>(m_options.takeOver.count());
+    const std::uint64_t from = newest->first > span ? newest->first - span : 0;
+    const RedisReply tail = m_connection.command({"XREVRANGE", stream::streamKey(service), "+", std::to_string(from),
+                                                  "COUNT", std::to_string(m_options.retain)});
+    if (!tail || tail.isError()) {
+        error = tail ? "Redis refused to read the stream of service " + std::to_string(service) + ": " + tail.text()
+                     : m_connection.lastError();
+        return false;
+    }
+    // Newest first in the reply; kept oldest first. An entry that does not decode cannot be
+    // sent again and is left out.
+    std::vector<std::pair<std::string_view, std::string_view>> fields;
+    for (std::size_t i = 0; tail.get()->type == REDIS_REPLY_ARRAY && i < tail.get()->elements; ++i) {
+        const redisReply* entry = tail.get()->element[i];
+        if (entry->type != REDIS_REPLY_ARRAY || entry->elements < 2 || entry->element[1]->type != REDIS_REPLY_ARRAY) {
+            continue;
+        }
+        fields.clear();
+        const redisReply* list = entry->element[1];
+        for (std::size_t f = 0; f + 1 < list->elements; f += 2) {
+            fields.emplace_back(stringOf(list->element[f]), stringOf(list->element[f + 1]));
+        }
+        std::string why;
+        if (std::optional<stream::Entry> decoded = stream::decode(fields, why)) {
+            s.recent.push_front(std::move(*decoded));
+        }
+    }
     return true;
 }
 

@@ -20,6 +20,10 @@ struct PublisherOptions {
     std::int64_t maxLength = 0; // > 0: cap each stream near this many entries (MAXLEN ~) instead
     std::chrono::milliseconds timeout{2000};
     std::size_t retain = 50000; // entries of each service kept to send again if the server loses them
+    // At start, the streams' entries of this last span (by the server's clock) are taken as if
+    // this run had published them: a server that loses writes it confirmed to the run before
+    // (a restart just before the server's) gets them back too.
+    std::chrono::milliseconds takeOver{10000};
     // Names the source; source positions are only compared within the same run name (a replay
     // file resumes after what it published, a new generator run starts its own count).
     std::string run;
@@ -74,6 +78,8 @@ private:
 
     std::int64_t nowMs() const;
     bool load(unsigned char service, Service& s, std::string& error);
+    // The newest entries of a stream, from the span takeOver before its newest entry id.
+    bool takeOverRecent(unsigned char service, std::string_view newestId, Service& s, std::string& error);
     std::vector<std::string> xadd(unsigned char service, const stream::Entry& entry) const;
     std::vector<std::string> saveState(unsigned char service, const PublisherState& state) const;
     // One MULTI ... EXEC of entries and state; false when the server did not confirm it.

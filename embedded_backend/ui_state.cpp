@@ -1,6 +1,7 @@
 #include "embedded_backend/ui_state.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "embedded_backend/day_math.h"
 
@@ -24,7 +25,9 @@ void UiState::toService(unsigned char service, const std::function<void(NewsRece
 
 void UiState::apply(const NewsBatch& batch) {
     const bool wasConnected = connected;
-    Recovery recovery;
+    // The parts of a recovery gather here until the batch that completes it.
+    Recovery fresh;
+    Recovery& recovery = batch.recovery ? m_recovery : fresh;
     for (const NewsChange& change : batch.changes) {
         if (const auto* h = std::get_if<HeadlineRecord>(&change)) {
             applyHeadline(*h, batch.recovery, recovery);
@@ -38,8 +41,10 @@ void UiState::apply(const NewsBatch& batch) {
             connected = link->connected;
         }
     }
-    if (batch.recovery) {
-        announce(recovery);
+    if (batch.recovery && !batch.partial) {
+        // Taken out first: a view's callback may run the UI queue and so the next batch.
+        const Recovery done = std::exchange(m_recovery, Recovery{});
+        announce(done);
     }
     if (!wasConnected && connected) {
         recoverAllQuotes();

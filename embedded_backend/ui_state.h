@@ -35,7 +35,8 @@ struct UiState {
 
     // Applies one ingest batch in order and tells the views: pushes for new headlines (only
     // while connected, only to views registered for the service, checked at each call), story
-    // notices, new news days; a recovery batch is announced through the recovery callbacks.
+    // notices, new news days; a recovery batch is announced through the recovery callbacks,
+    // together with the partial ones before it.
     void apply(const NewsBatch& batch);
 
     // Every view that holds a registration, each checked again right before its call (an
@@ -68,6 +69,8 @@ private:
     void applyStory(const StoryRecord& s, bool recovering, Recovery& recovery);
     void applyDay(const DayChange& d, bool recovering, Recovery& recovery);
     void announce(const Recovery& recovery);
+
+    Recovery m_recovery; // the parts of a recovery under way
 };
 
 } // namespace embedded

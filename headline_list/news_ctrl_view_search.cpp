@@ -174,7 +174,8 @@ void TRVNewsCtrlView::ProcessNewSearchHeadline(CSearch& condition, CSuperSheetWn
         } else {
             std::vector<CHeadlineTable> entries;
             bk->BKQNEWS_iGetHeadlineTable(service, entries, kind, key);
-            table.assignNewestFirst(std::move(entries));
+            // A list moved into the kept results above reads as empty and takes new entries.
+            table.assignNewestFirst(std::move(entries)); // NOLINT(bugprone-use-after-move)
         }
     }
     const std::optional<std::size_t> row = table.findFirstSameSeq(service, headline.m_iSeqNo);

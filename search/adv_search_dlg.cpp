@@ -93,23 +93,16 @@ bool CAdvSearchDlg::OnInitDialog() {
     CDialog::OnInitDialog();
     m_pRecentList = GetDlgItemAs<host::ui::ListCtrl>(kIdRecentList);
     vInitKeywordPart();
-    if (GetWnd() != nullptr) {
-        GetWnd()->setText(Lang("IDS_DIALOG-DEAL-SEARCH_TITLE"));
-    }
     if (m_pRecentList != nullptr) {
         using Align = host::ui::ListCtrl::Align;
-        m_pRecentList->insertColumn(0, Lang("IDS_DIALOG-DEAL-SEARCH_SEARCH_SCOPE"), kRecentScopeWidth, Align::kLeft);
-        m_pRecentList->insertColumn(1, Lang("IDS_DIALOG-DEAL-SEARCH_SEARCH_METHOD"), kRecentMethodWidth,
-                                    Align::kCenter);
-        m_pRecentList->insertColumn(2, Lang("IDS_DIALOG-DEAL-SEARCH_SEARCH_CONTENTS"),
-                                    m_pRecentList->clientRect().Width() - kRecentOtherWidths, Align::kLeft);
-        m_pRecentList->setExtendedStyle(kRecentListStyle);
+        vInitStoredList(*m_pRecentList, kRecentListStyle,
+                        {{"IDS_DIALOG-DEAL-SEARCH_SEARCH_SCOPE", kRecentScopeWidth, Align::kLeft},
+                         {"IDS_DIALOG-DEAL-SEARCH_SEARCH_METHOD", kRecentMethodWidth, Align::kCenter}},
+                        kRecentOtherWidths);
     }
     vFillRecent();
-    vFillPool(CString{});
-    vSwitchTab(0);
-    vLoadCondition();
-    UpdateData(false);
+    vLoadRadios();
+    vShowKeywordPart("IDS_DIALOG-DEAL-SEARCH_TITLE");
     return true;
 }
 
@@ -123,24 +116,21 @@ void CAdvSearchDlg::vFillRecent() {
     for (int row = 0; row < count; ++row) {
         const CSearch& search = m_vRecent[static_cast<std::size_t>(count - row - 1)];
         m_pRecentList->insertItem(row, Lang(scopeKey(search.m_byScope)));
-        m_pRecentList->setItemText(row, 1,
-                                   Lang(search.m_byMethod == CSearch::kMethodAnd ? "IDS_DIALOG-DEAL-SEARCH_AND_BUTTON"
-                                                                                 : "IDS_DIALOG-DEAL-SEARCH_OR_BUTTON"));
-        CString keywords;
-        for (const CString& keyword : search.m_vKeywords) {
-            keywords += keyword;
-            keywords += ' ';
-        }
-        m_pRecentList->setItemText(row, 2, keywords);
+        m_pRecentList->setItemText(row, 1, MethodText(search.m_byMethod == CSearch::kMethodAnd));
+        m_pRecentList->setItemText(row, 2, RowKeywords(search.m_vKeywords));
     }
 }
 
 // ---- The condition and its controls ----
 
-void CAdvSearchDlg::vLoadCondition(const std::vector<int>& select) {
+void CAdvSearchDlg::vLoadRadios() {
     // Only AND has a radio of its own: every other method, 0 included, shows as OR.
     m_iMethod = m_search.m_byMethod == CSearch::kMethodAnd ? 1 : 0;
     m_iScope = m_search.m_byScope == CSearch::kScopeHeadline ? 0 : m_search.m_byScope == CSearch::kScopeStory ? 1 : 2;
+}
+
+void CAdvSearchDlg::vLoadCondition(const std::vector<int>& select) {
+    vLoadRadios();
     vLoadKeywords(select);
 }
 

@@ -49,6 +49,8 @@ private:
 
     // Condition into the radio members and the condition list, selecting the given indexes.
     void vLoadCondition(const std::vector<int>& select = {});
+    // The condition's scope and method into the radio members.
+    void vLoadRadios();
     // The controls into the condition (at OK).
     void vReadCondition();
     void vFillRecent();

@@ -96,6 +96,40 @@ void CKeywordEntryDlg::vInitKeywordPart() {
     }
 }
 
+void CKeywordEntryDlg::vShowKeywordPart(const char* titleKey) {
+    if (GetWnd() != nullptr) {
+        GetWnd()->setText(Lang(titleKey));
+    }
+    vFillPool(CString{});
+    vSwitchTab(0);
+    vLoadKeywords();
+    UpdateData(false);
+}
+
+void CKeywordEntryDlg::vInitStoredList(host::ui::ListCtrl& list, unsigned style,
+                                       std::initializer_list<ListColumn> fixed, int otherWidths) {
+    list.setExtendedStyle(style);
+    int column = 0;
+    for (const ListColumn& c : fixed) {
+        list.insertColumn(column++, Lang(c.titleKey), c.width, c.align);
+    }
+    list.insertColumn(column, Lang("IDS_DIALOG-DEAL-SEARCH_SEARCH_CONTENTS"), list.clientRect().Width() - otherWidths,
+                      host::ui::ListCtrl::Align::kLeft);
+}
+
+CString CKeywordEntryDlg::MethodText(bool bAnd) {
+    return Lang(bAnd ? "IDS_DIALOG-DEAL-SEARCH_AND_BUTTON" : "IDS_DIALOG-DEAL-SEARCH_OR_BUTTON");
+}
+
+CString CKeywordEntryDlg::RowKeywords(const std::vector<CString>& keywords) {
+    CString text;
+    for (const CString& keyword : keywords) {
+        text += keyword;
+        text += ' ';
+    }
+    return text;
+}
+
 std::vector<CString> CKeywordEntryDlg::vReadKeywords() const {
     std::vector<CString> keywords;
     if (m_pConditionList == nullptr) {

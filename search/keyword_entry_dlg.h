@@ -1,5 +1,6 @@
 #pragma once
 
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -58,9 +59,28 @@ protected:
     void OnTimer(unsigned id) override;
     void OnDestroy() override;
 
+    // One fixed column of a list of stored conditions: its title's language key, width, alignment.
+    struct ListColumn {
+        const char* titleKey;
+        int width;
+        host::ui::ListCtrl::Align align;
+    };
+
     // Finds the part's controls, hides 2063 and gives it the focus, inserts the two tabs and
     // fills the pool (first steps of OnInitDialog).
     void vInitKeywordPart();
+    // Last steps of OnInitDialog: the window titled with titleKey's text, the pool unfiltered,
+    // tab 0, the condition's keywords listed and the members written into the controls.
+    void vShowKeywordPart(const char* titleKey);
+    // Sets up a list of stored conditions (recent searches, key sets): its style, the fixed
+    // columns, then the keyword column in the width they leave (otherWidths: the fixed
+    // columns, the border and the scroll bar).
+    static void vInitStoredList(host::ui::ListCtrl& list, unsigned style, std::initializer_list<ListColumn> fixed,
+                                int otherWidths);
+    // A stored condition's row texts: its method (AND, or OR for any other method) and its
+    // keywords, each followed by a blank.
+    static CString MethodText(bool bAnd);
+    static CString RowKeywords(const std::vector<CString>& keywords);
     // Shows the controls of tab 0 or 1 and moves the focus to its edit.
     void vSwitchTab(int tab);
     // The condition's keywords into the condition list, selecting the given indexes.

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/framework/host_context.h"
+#include "host/text/format.h"
 #include "host/ui/messages.h"
 #include "host/ui/ui_host.h"
 
@@ -27,32 +28,6 @@ enum : int {
 constexpr int kMethodColumnWidth = 90;
 constexpr int kNewsTypeColumnWidth = 160;
 constexpr int kOtherColumnWidths = 268; // the two fixed columns, the border and the scroll bar
-
-// The language text used as a format with one integer: its first %d (or %i, %u) takes the
-// number and %% stands for %. Any other conversion is left as it is, so a text from the
-// language file can never read arguments that are not there.
-CString formatCount(const CString& format, int count) {
-    CString out;
-    bool done = false;
-    for (std::size_t i = 0; i < format.size(); ++i) {
-        if (format[i] != '%' || i + 1 >= format.size()) {
-            out += format[i];
-            continue;
-        }
-        const char conversion = format[i + 1];
-        if (conversion == '%') {
-            out += '%';
-            ++i;
-        } else if (!done && (conversion == 'd' || conversion == 'i' || conversion == 'u')) {
-            out += std::to_string(count);
-            done = true;
-            ++i;
-        } else {
-            out += '%';
-        }
-    }
-    return out;
-}
 
 } // namespace
 
@@ -107,12 +82,8 @@ bool CNewsKeySearchDlg::OnInitDialog() {
     m_pAllNewsTypes = GetDlgItemAs<host::ui::Button>(kIdAllNewsTypes);
     m_pAllKeySets = GetDlgItemAs<host::ui::Button>(kIdAllKeySets);
     m_pKeySetList = GetDlgItemAs<host::ui::ListCtrl>(kIdKeySetList);
-    const CString title = Lang("IDS_DIALOG-DEAL-SEARCH_RELATION_TITLE");
-    if (GetWnd() != nullptr) {
-        GetWnd()->setText(title);
-    }
     if (host::ui::Window* caption = GetDlgItem(kIdTitle)) {
-        caption->setText(title);
+        caption->setText(Lang("IDS_DIALOG-DEAL-SEARCH_RELATION_TITLE"));
     }
     for (host::ui::Button* box : {m_pAllNewsTypes, m_pAllKeySets}) {
         if (box != nullptr) {
@@ -127,22 +98,17 @@ bool CNewsKeySearchDlg::OnInitDialog() {
     }
     if (m_pKeySetList != nullptr) {
         using Align = host::ui::ListCtrl::Align;
-        m_pKeySetList->setExtendedStyle(kKeySetListStyle);
-        m_pKeySetList->insertColumn(0, Lang("IDS_DIALOG-DEAL-SEARCH_SEARCH_METHOD"), kMethodColumnWidth,
-                                    Align::kCenter);
-        m_pKeySetList->insertColumn(1, Lang("IDS_DIALOG-DEAL-SEARCH_NEWSTYPE"), kNewsTypeColumnWidth, Align::kLeft);
-        m_pKeySetList->insertColumn(2, Lang("IDS_DIALOG-DEAL-SEARCH_SEARCH_CONTENTS"),
-                                    m_pKeySetList->clientRect().Width() - kOtherColumnWidths, Align::kLeft);
+        vInitStoredList(*m_pKeySetList, kKeySetListStyle,
+                        {{"IDS_DIALOG-DEAL-SEARCH_SEARCH_METHOD", kMethodColumnWidth, Align::kCenter},
+                         {"IDS_DIALOG-DEAL-SEARCH_NEWSTYPE", kNewsTypeColumnWidth, Align::kLeft}},
+                        kOtherColumnWidths);
         m_pKeySetList->deleteAllItems();
         for (int row = 0; row < static_cast<int>(m_vNewsKey.size()); ++row) {
             m_pKeySetList->insertItem(row, CString{});
             vSetRowTexts(row);
         }
     }
-    vFillPool(CString{});
-    vSwitchTab(0);
-    vLoadKeywords();
-    UpdateData(false);
+    vShowKeywordPart("IDS_DIALOG-DEAL-SEARCH_RELATION_TITLE");
     return true;
 }
 
@@ -151,9 +117,7 @@ void CNewsKeySearchDlg::vSetRowTexts(int row) {
         return;
     }
     const CNewsKey& key = m_vNewsKey[static_cast<std::size_t>(row)];
-    m_pKeySetList->setItemText(row, 0,
-                               Lang(key.m_iMethod == CNewsKey::kMethodAnd ? "IDS_DIALOG-DEAL-SEARCH_AND_BUTTON"
-                                                                          : "IDS_DIALOG-DEAL-SEARCH_OR_BUTTON"));
+    m_pKeySetList->setItemText(row, 0, MethodText(key.m_iMethod == CNewsKey::kMethodAnd));
     CString types;
     if (key.m_vNewsType.size() == m_mapCategory.size()) {
         types = Lang("IDS_DIALOG-DEAL-SEARCH_ALL_NEWSTYPE");
@@ -166,12 +130,7 @@ void CNewsKeySearchDlg::vSetRowTexts(int row) {
         }
     }
     m_pKeySetList->setItemText(row, 1, types);
-    CString keywords;
-    for (const CString& keyword : key.m_vKeyword) {
-        keywords += keyword;
-        keywords += ' ';
-    }
-    m_pKeySetList->setItemText(row, 2, keywords);
+    m_pKeySetList->setItemText(row, 2, RowKeywords(key.m_vKeyword));
 }
 
 // ---- Saving, editing and deleting key sets ----
@@ -301,7 +260,8 @@ void CNewsKeySearchDlg::OnDeleteKeySets() {
 
 void CNewsKeySearchDlg::vDeleteKeySets(const std::vector<CNewsKey>& doomed) {
     host::ui::UiHost* ui = host::HostContext::current().ui;
-    const CString question = formatCount(Lang("IDS_DIALOG-DEAL-SEARCH_REQDEL_KEY"), static_cast<int>(doomed.size()));
+    const CString question =
+        text::formatCount(Lang("IDS_DIALOG-DEAL-SEARCH_REQDEL_KEY"), static_cast<int>(doomed.size()));
     if (ui == nullptr ||
         ui->dialogs().messageBox(GetWnd(), question, CString{}, win::MB_YESNO | win::MB_ICONQUESTION) != win::IDYES) {
         return;

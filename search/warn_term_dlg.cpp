@@ -150,7 +150,7 @@ void CWarnTermDlg::OnAdd() {
 
 void CWarnTermDlg::OnEdit() {
     const int row = iFirstSelectedRow();
-    if (row < 0 || static_cast<std::size_t>(row) >= m_vItems.size()) {
+    if (row < 0) {
         return;
     }
     const CSearch before = m_vItems[static_cast<std::size_t>(row)];
@@ -177,7 +177,7 @@ void CWarnTermDlg::OnDblclkList(const host::ui::NotifyInfo& /*info*/) {
 
 void CWarnTermDlg::OnDelete() {
     const int row = iFirstSelectedRow();
-    if (row < 0 || static_cast<std::size_t>(row) >= m_vItems.size()) {
+    if (row < 0) {
         return;
     }
     // Kept on purpose: the rows below keep the numbers they show until the dialog opens again.
@@ -191,7 +191,7 @@ void CWarnTermDlg::OnDelete() {
 
 void CWarnTermDlg::OnOK() {
     const int row = iFirstSelectedRow();
-    if (row < 0 || static_cast<std::size_t>(row) >= m_vItems.size()) {
+    if (row < 0) {
         if (host::ui::UiHost* ui = host::HostContext::current().ui) {
             ui->dialogs().messageBox(GetWnd(), Lang("IDS_DIALOG-DEAL-SEARCH_ERRMSG"), CString{}, win::MB_OK);
         }

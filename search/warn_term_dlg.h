@@ -51,7 +51,9 @@ private:
     void OnDelete(); // button 2051
     void OnDblclkList(const host::ui::NotifyInfo& info);
 
-    // The first selected row; -1 when none.
+    // The first selected row; -1 when none. The list's rows mirror m_vItems one for one (every
+    // add, edit and delete changes both, and the list reports only rows it has), so a row found
+    // here always indexes an item.
     int iFirstSelectedRow() const;
     // Writes the row of an item at row index (number row + 1).
     void vAppendRow(const CSearch& item);

@@ -121,18 +121,11 @@ void NewsStoryView::RespHeadLine(const std::vector<CHeadlineTable>& entries) {
     }
     CHeadlineTable entry;
     bCurrentEntry(entry);
-    bool listed = false;
-    for (const CHeadlineTable& e : entries) {
-        listed = listed || m_equality.equal(e, entry);
-    }
-    if (!listed) {
+    std::optional<CString> title = story::cszAnsweredTitle(*m_pNewsParent, m_equality, entry, entries);
+    if (!title) {
         return;
     }
-    const std::vector<CHeadline> headlines = story::vCollectHeadlines(*m_pNewsParent, entry);
-    if (headlines.empty()) {
-        return;
-    }
-    m_strTitle = story::cszConvertForService(headlines.front().m_byService, story::cszFormatTitle(headlines.front()));
+    m_strTitle = std::move(*title);
     if (m_pTitle != nullptr) {
         m_pTitle->setText(m_strTitle);
     }

@@ -1,7 +1,9 @@
 #include "story/story_text.h"
 
+#include <algorithm>
 #include <ctime>
 
+#include "headline_list/entry_equality.h"
 #include "host/backend/bk_quote_interface.h"
 #include "host/text/cp950.h"
 #include "host/text/format.h"
@@ -86,6 +88,20 @@ std::vector<CHeadline> vCollectHeadlines(const TRVNewsCtrlView& owner, const CHe
         bk->BKQNEWS_iGetHeadline(service, headlines, entries);
     }
     return headlines;
+}
+
+std::optional<CString> cszAnsweredTitle(const TRVNewsCtrlView& owner, EntryEquality& equality,
+                                        const CHeadlineTable& entry, const std::vector<CHeadlineTable>& answer) {
+    const bool listed =
+        std::any_of(answer.begin(), answer.end(), [&](const CHeadlineTable& e) { return equality.equal(e, entry); });
+    if (!listed) {
+        return std::nullopt;
+    }
+    const std::vector<CHeadline> headlines = vCollectHeadlines(owner, entry);
+    if (headlines.empty()) {
+        return std::nullopt;
+    }
+    return cszConvertForService(headlines.front().m_byService, cszFormatTitle(headlines.front()));
 }
 
 void vMarkKeywords(host::ui::RichEdit& edit, const CSearch& condition) {

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "host/backend/news_records.h"
 #include "host/backend/search.h"
 
+class EntryEquality;
 class TRVNewsCtrlView;
 namespace host::ui {
 class RichEdit;
@@ -45,6 +47,11 @@ CString cszConvertToSimplified(const CString& text);
 
 // The headlines of an entry in every active service of the owner, in service order.
 std::vector<CHeadline> vCollectHeadlines(const TRVNewsCtrlView& owner, const CHeadlineTable& entry);
+
+// The title of the shown entry after a headline answer: none when the answer does not hold
+// the entry or no active service of the owner has its headline.
+std::optional<CString> cszAnsweredTitle(const TRVNewsCtrlView& owner, EntryEquality& equality,
+                                        const CHeadlineTable& entry, const std::vector<CHeadlineTable>& answer);
 
 // Marks the condition's keywords in a story control by selecting them: only with the
 // keyword-search flag; each non-empty keyword in turn, every match (overlapping ones too,

@@ -383,7 +383,7 @@ bool ScriptedBackend::BKQNEWS_bGetShortNameByService(CString& name, unsigned cha
 
 CString ScriptedBackend::BKQNEWS_cszGetCurrDateByService(unsigned char service) {
     const Service* s = findService(service);
-    const CString date = s != nullptr ? s->currentDate : CString{};
+    CString date = s != nullptr ? s->currentDate : CString{};
     log([&] {
         return std::string("BKQNEWS_cszGetCurrDateByService(" + std::to_string(service) + ") -> " + quoted(date));
     });
@@ -543,7 +543,7 @@ bool ScriptedBackend::bSymbolNameIsShowRealMonth() {
 }
 
 CString ScriptedBackend::LangGetLangString(const CString& key) {
-    const CString text = m_language.text(key);
+    CString text = m_language.text(key);
     log([&] { return std::string("LangGetLangString(" + quoted(key) + ") -> " + quoted(text)); });
     return text;
 }

@@ -252,7 +252,7 @@ void QtMultiLineEdit::setText(const CString& text) {
 }
 
 CString QtMultiLineEdit::text() const {
-    const CString remembered = WindowCore::text();
+    CString remembered = WindowCore::text();
     QString shown = edit()->toPlainText();
     QString rememberedShown = toQString(remembered);
     rememberedShown.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));

@@ -15,6 +15,7 @@
 #include <future>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <shared_mutex>
 #include <thread>
 #include <unordered_map>
@@ -132,6 +133,77 @@ struct Consumer {
     std::unique_ptr<embedded::EmbeddedBackend> backend;
 };
 
+// Starts a redis-server of the run's own; a server that does not start skips the benchmark.
+bool startServer(benchmark::State& state, distribution::test::RedisServer& server) {
+    std::string error;
+    if (!server.start(error)) {
+        state.SkipWithError(error.c_str());
+        return false;
+    }
+    return true;
+}
+
+// Publishes generated news at `rate` events a second for `seconds`, a batch every 2 ms;
+// `beforeSend(batch, elapsedSeconds)` sees each batch just before it goes out. Returns the
+// seconds publishing took, or nothing after handing the publisher's error to the benchmark.
+template <class BeforeSend>
+std::optional<double> publishAtRate(benchmark::State& state, embedded::StreamPublisher& publisher,
+                                    embedded::NewsGenerator& generator, double rate, double seconds,
+                                    BeforeSend beforeSend) {
+    std::string error;
+    const auto begin = Clock::now();
+    std::uint64_t made = 0;
+    std::int64_t source = 0;
+    while (true) {
+        const double elapsed = std::chrono::duration<double>(Clock::now() - begin).count();
+        if (elapsed >= seconds) {
+            break;
+        }
+        const auto due = static_cast<std::uint64_t>(elapsed * rate);
+        std::vector<embedded::FeedEvent> batch;
+        while (made < due) {
+            batch.push_back(generator.next());
+            ++made;
+        }
+        if (!batch.empty()) {
+            beforeSend(batch, elapsed);
+            if (!publisher.publish(batch, source, error)) {
+                state.SkipWithError(error.c_str());
+                return std::nullopt;
+            }
+            source += static_cast<std::int64_t>(batch.size());
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
+// Waits until every reader has read `published` entries (`readBy(i)` for reader i), at most
+// `limit` in all; returns the milliseconds it took.
+template <class ReadBy>
+double waitForCatchUp(std::size_t readers, ReadBy readBy, std::uint64_t published, std::chrono::seconds limit) {
+    const auto stopped = Clock::now();
+    for (std::size_t i = 0; i < readers; ++i) {
+        while (readBy(i) < published && Clock::now() - stopped < limit) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    }
+    return std::chrono::duration<double, std::milli>(Clock::now() - stopped).count();
+}
+
+// p50_ms and p99_ms of the delays (microseconds), which it sorts.
+void reportDelays(benchmark::State& state, std::vector<std::int64_t>& delays) {
+    std::sort(delays.begin(), delays.end());
+    const auto percentile = [&](double q) {
+        return delays.empty() ? 0.0
+                              : static_cast<double>(
+                                    delays[std::min(delays.size() - 1, static_cast<std::size_t>(q * delays.size()))]) /
+                                    1000.0;
+    };
+    state.counters["p50_ms"] = percentile(0.50);
+    state.counters["p99_ms"] = percentile(0.99);
+}
+
 void BM_DistributionToManyTerminals(benchmark::State& state) {
     const auto consumers = static_cast<std::size_t>(state.range(0));
     const auto rate = static_cast<double>(state.range(1));
@@ -140,8 +212,7 @@ void BM_DistributionToManyTerminals(benchmark::State& state) {
     for (auto _ : state) {
         distribution::test::RedisServer server;
         std::string error;
-        if (!server.start(error)) {
-            state.SkipWithError(error.c_str());
+        if (!startServer(state, server)) {
             return;
         }
         SendTimes sent;
@@ -186,51 +257,28 @@ void BM_DistributionToManyTerminals(benchmark::State& state) {
         embedded::GeneratorOptions g;
         g.startTime = wallMicros() / 1000000;
         embedded::NewsGenerator generator(g);
-        const auto begin = Clock::now();
-        std::uint64_t made = 0;
-        std::int64_t source = 0;
-        while (true) {
-            const double elapsed = std::chrono::duration<double>(Clock::now() - begin).count();
-            if (elapsed >= kSeconds) {
-                break;
-            }
-            const auto due = static_cast<std::uint64_t>(elapsed * rate);
-            std::vector<embedded::FeedEvent> batch;
-            while (made < due) {
-                embedded::FeedEvent e = generator.next();
-                e.time = g.startTime + static_cast<std::int64_t>(elapsed);
-                batch.push_back(std::move(e));
-                ++made;
-            }
-            if (!batch.empty()) {
+        const std::optional<double> publishSeconds =
+            publishAtRate(state, publisher, generator, rate, kSeconds, [&](auto& batch, double elapsed) {
                 const std::int64_t now = wallMicros();
-                for (const embedded::FeedEvent& e : batch) {
+                for (embedded::FeedEvent& e : batch) {
+                    e.time = g.startTime + static_cast<std::int64_t>(elapsed);
                     if (e.kind == embedded::FeedEventKind::Headline) {
                         sent.put(e.service, e.seq, now);
                     }
                 }
-                if (!publisher.publish(batch, source, error)) {
-                    state.SkipWithError(error.c_str());
-                    return;
-                }
-                source += static_cast<std::int64_t>(batch.size());
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            });
+        if (!publishSeconds) {
+            return;
         }
-        const double publishSeconds = std::chrono::duration<double>(Clock::now() - begin).count();
         const std::uint64_t published = publisher.stats().published;
         std::uint64_t behind = 0;
         for (const auto& c : terminals) {
             behind = std::max<std::uint64_t>(behind, published - c->backend->streamFeedStats().entries);
         }
         const auto stopped = Clock::now();
-        for (const auto& c : terminals) {
-            while (c->backend->streamFeedStats().entries < published &&
-                   Clock::now() - stopped < std::chrono::seconds(120)) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(5));
-            }
-        }
-        const double catchupMs = std::chrono::duration<double, std::milli>(Clock::now() - stopped).count();
+        const double catchupMs = waitForCatchUp(
+            terminals.size(), [&](std::size_t i) { return terminals[i]->backend->streamFeedStats().entries; },
+            published, std::chrono::seconds(120));
         for (const auto& c : terminals) {
             c->backend->flushStore();
         }
@@ -247,19 +295,10 @@ void BM_DistributionToManyTerminals(benchmark::State& state) {
             delays.insert(delays.end(), c->view->delays.begin(), c->view->delays.end());
         }
         terminals.clear();
-        std::sort(delays.begin(), delays.end());
-        const auto percentile = [&](double q) {
-            return delays.empty()
-                       ? 0.0
-                       : static_cast<double>(
-                             delays[std::min(delays.size() - 1, static_cast<std::size_t>(q * delays.size()))]) /
-                             1000.0;
-        };
-        state.counters["p50_ms"] = percentile(0.50);
-        state.counters["p99_ms"] = percentile(0.99);
+        reportDelays(state, delays);
         state.counters["max_ms"] = delays.empty() ? 0.0 : static_cast<double>(delays.back()) / 1000.0;
         state.counters["pushes"] = static_cast<double>(delays.size());
-        state.counters["rate"] = static_cast<double>(published) / publishSeconds;
+        state.counters["rate"] = static_cast<double>(published) / *publishSeconds;
         state.counters["behind"] = static_cast<double>(behind);
         state.counters["catchup_ms"] = catchupMs;
         state.counters["stored_ms"] = storedMs;
@@ -276,8 +315,7 @@ void BM_DistributionTransportOnly(benchmark::State& state) {
     for (auto _ : state) {
         distribution::test::RedisServer server;
         std::string error;
-        if (!server.start(error)) {
-            state.SkipWithError(error.c_str());
+        if (!startServer(state, server)) {
             return;
         }
         embedded::Catalog catalog;
@@ -306,46 +344,19 @@ void BM_DistributionTransportOnly(benchmark::State& state) {
         embedded::GeneratorOptions g;
         g.startTime = wallMicros() / 1000000;
         embedded::NewsGenerator generator(g);
-        const auto begin = Clock::now();
-        std::uint64_t made = 0;
-        std::int64_t source = 0;
-        while (std::chrono::duration<double>(Clock::now() - begin).count() < kSeconds) {
-            const auto due =
-                static_cast<std::uint64_t>(std::chrono::duration<double>(Clock::now() - begin).count() * rate);
-            std::vector<embedded::FeedEvent> batch;
-            while (made < due) {
-                batch.push_back(generator.next());
-                ++made;
-            }
-            if (!batch.empty() && !publisher.publish(batch, source, error)) {
-                state.SkipWithError(error.c_str());
-                return;
-            }
-            source += static_cast<std::int64_t>(batch.size());
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        const std::optional<double> publishSeconds =
+            publishAtRate(state, publisher, generator, rate, kSeconds, [](auto&, double) {});
+        if (!publishSeconds) {
+            return;
         }
-        const double publishSeconds = std::chrono::duration<double>(Clock::now() - begin).count();
         const std::uint64_t published = publisher.stats().published;
-        const auto stopped = Clock::now();
-        for (const auto& f : feeds) {
-            while (f->stats().entries < published && Clock::now() - stopped < std::chrono::seconds(60)) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(5));
-            }
-        }
-        const double catchupMs = std::chrono::duration<double, std::milli>(Clock::now() - stopped).count();
+        const double catchupMs = waitForCatchUp(
+            feeds.size(), [&](std::size_t i) { return feeds[i]->stats().entries; }, published,
+            std::chrono::seconds(60));
         feeds.clear();
-        std::sort(delays.begin(), delays.end());
-        const auto percentile = [&](double q) {
-            return delays.empty()
-                       ? 0.0
-                       : static_cast<double>(
-                             delays[std::min(delays.size() - 1, static_cast<std::size_t>(q * delays.size()))]) /
-                             1000.0;
-        };
         // The publisher stamps whole milliseconds: delays are good to about a millisecond.
-        state.counters["p50_ms"] = percentile(0.50);
-        state.counters["p99_ms"] = percentile(0.99);
-        state.counters["rate"] = static_cast<double>(published) / publishSeconds;
+        reportDelays(state, delays);
+        state.counters["rate"] = static_cast<double>(published) / *publishSeconds;
         state.counters["catchup_ms"] = catchupMs;
     }
 }
@@ -357,8 +368,7 @@ void BM_RedisMemoryPerMillionHeadlines(benchmark::State& state) {
     for (auto _ : state) {
         distribution::test::RedisServer server;
         std::string error;
-        if (!server.start(error)) {
-            state.SkipWithError(error.c_str());
+        if (!startServer(state, server)) {
             return;
         }
         embedded::RedisConnection admin;

@@ -21,6 +21,29 @@ int daysInMonth(int year, int month) {
 
 } // namespace
 
+std::string formatCount(const std::string& format, int count) {
+    std::string out;
+    bool done = false;
+    for (std::size_t i = 0; i < format.size(); ++i) {
+        if (format[i] != '%' || i + 1 >= format.size()) {
+            out += format[i];
+            continue;
+        }
+        const char conversion = format[i + 1];
+        if (conversion == '%') {
+            out += '%';
+            ++i;
+        } else if (!done && (conversion == 'd' || conversion == 'i' || conversion == 'u')) {
+            out += std::to_string(count);
+            done = true;
+            ++i;
+        } else {
+            out += '%';
+        }
+    }
+    return out;
+}
+
 std::string format(const char* fmt, ...) {
     std::va_list args;
     va_start(args, fmt);

@@ -44,6 +44,8 @@ public:
         o.dispatcher = &dispatcher;
         o.subscriptions = &subscriptions;
         o.startConnected = false; // connected once the streams are read up to date
+        o.heldLimit = heldLimit;
+        o.onRecovered = [this](std::size_t n) { recoveries.push_back(n); };
         backend = std::make_unique<embedded::EmbeddedBackend>(o);
         const embedded::StoreOpenResult opened = backend->open();
         ASSERT_TRUE(opened.ok()) << opened.message;
@@ -52,6 +54,7 @@ public:
         feed.block = std::chrono::milliseconds(100);
         feed.firstRetry = std::chrono::milliseconds(50);
         feed.lastRetry = std::chrono::milliseconds(400);
+        feed.count = readCount;
         backend->startStreamFeed(feed);
     }
     // A clean stop: what was handed to the ingest reaches the store with its bookmarks.
@@ -88,6 +91,9 @@ public:
     NewsSubscriptions subscriptions;
     std::unique_ptr<embedded::EmbeddedBackend> backend;
     std::uint64_t handedOver = 0; // entries of earlier runs
+    std::size_t heldLimit = embedded::Ingest::kDefaultHeldLimit;
+    std::size_t readCount = 500;         // entries per stream and read
+    std::vector<std::size_t> recoveries; // headlines each recovery brought the views
 
 private:
     std::filesystem::path m_folder;

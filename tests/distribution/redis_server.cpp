@@ -56,20 +56,25 @@ int ChildProcess::wait() {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-int freePort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+ReservedPort::ReservedPort() {
+    m_fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int on = 1;
+    ::setsockopt(m_fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     address.sin_port = 0;
     socklen_t length = sizeof address;
-    int port = 0;
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
-        port = ntohs(address.sin_port);
+    if (::bind(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+        ::getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
+        m_port = ntohs(address.sin_port);
     }
-    ::close(fd);
-    return port;
+}
+
+ReservedPort::~ReservedPort() {
+    if (m_fd >= 0) {
+        ::close(m_fd);
+    }
 }
 
 RedisServer::RedisServer() {
@@ -87,57 +92,74 @@ RedisServer::~RedisServer() {
 }
 
 bool RedisServer::start(std::string& error) {
-    // A first start may move to another port when the one found is taken meanwhile; a restart
-    // keeps its port, since the clients know it.
-    const bool first = m_port == 0;
-    for (int attempt = 0; attempt < 5; ++attempt) {
-        if (first) {
-            m_port = freePort();
-        }
-        const std::vector<std::string> argv{"redis-server",
-                                            "--bind",
-                                            "127.0.0.1",
-                                            "--port",
-                                            std::to_string(m_port),
-                                            "--dir",
-                                            m_folder.string(),
-                                            "--save",
-                                            "",
-                                            "--appendonly",
-                                            "yes",
-                                            "--protected-mode",
-                                            "yes",
-                                            "--daemonize",
-                                            "no"};
-        if (!m_process.start(argv, m_folder / "redis.log")) {
-            error = "cannot start redis-server (is it installed? scripts/setup installs it)";
-            return false;
-        }
-        // Ready once it answers as this very process: tests run side by side, and a port taken
-        // meanwhile by another test's server makes ours exit while theirs answers the probe.
-        const std::string self = "process_id:" + std::to_string(m_process.pid()) + "\r";
-        for (int i = 0; i < 100; ++i) {
-            embedded::RedisConnection probe;
-            std::string why;
-            if (probe.connect(address(), std::chrono::milliseconds(500), why)) {
-                const embedded::RedisReply info = probe.command({"INFO", "server"});
-                if (info && info.text().find(self) != std::string::npos) {
-                    return true;
-                }
-                if (info && !info.isError()) {
-                    break; // someone else's server holds the port
-                }
+    const std::vector<std::string> argv{"redis-server",
+                                        "--bind",
+                                        "127.0.0.1",
+                                        "--port",
+                                        std::to_string(m_port.port()),
+                                        "--dir",
+                                        m_folder.string(),
+                                        "--save",
+                                        "",
+                                        "--appendonly",
+                                        "yes",
+                                        "--protected-mode",
+                                        "yes",
+                                        "--daemonize",
+                                        "no"};
+    if (!m_process.start(argv, m_folder / "redis.log")) {
+        error = "cannot start redis-server (is it installed? scripts/setup installs it)";
+        return false;
+    }
+    // Ready once it answers as this very process, not as a server it failed to replace.
+    const std::string self = "process_id:" + std::to_string(m_process.pid()) + "\r";
+    for (int i = 0; i < 200; ++i) {
+        embedded::RedisConnection probe;
+        std::string why;
+        if (probe.connect(address(), std::chrono::milliseconds(500), why)) {
+            const embedded::RedisReply info = probe.command({"INFO", "server"});
+            if (info && info.text().find(self) != std::string::npos) {
+                return true;
             }
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
-        m_process.kill();
-        if (!first) {
-            break; // a restart cannot move: its clients know the port
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    m_process.kill();
+    error = "redis-server did not answer on " + addressText() + " (see " + (m_folder / "redis.log").string() + ")";
+    return false;
+}
+
+namespace {
+
+// The file the server appends to now: the newest "incr" file of its append-only folder.
+std::filesystem::path appendedFile(const std::filesystem::path& folder) {
+    std::filesystem::path newest;
+    std::error_code ec;
+    for (const auto& entry : std::filesystem::directory_iterator(folder / "appendonlydir", ec)) {
+        const std::string name = entry.path().filename().string();
+        if (name.size() > 9 && name.compare(name.size() - 9, 9, ".incr.aof") == 0 && entry.path() > newest) {
+            newest = entry.path();
         }
     }
-    error = "redis-server did not answer on 127.0.0.1:" + std::to_string(m_port) + " (see " +
-            (m_folder / "redis.log").string() + ")";
-    return false;
+    return newest;
+}
+
+} // namespace
+
+std::uintmax_t RedisServer::appendedSize() const {
+    std::error_code ec;
+    const std::uintmax_t size = std::filesystem::file_size(appendedFile(m_folder), ec);
+    return ec ? 0 : size;
+}
+
+bool RedisServer::cutAppendedTo(std::uintmax_t size) const {
+    const std::filesystem::path file = appendedFile(m_folder);
+    std::error_code ec;
+    if (file.empty() || std::filesystem::file_size(file, ec) < size) {
+        return false;
+    }
+    std::filesystem::resize_file(file, size, ec);
+    return !ec;
 }
 
 void RedisServer::kill() {

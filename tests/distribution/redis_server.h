@@ -31,7 +31,23 @@ private:
     pid_t m_pid = -1;
 };
 
-// A redis-server of its own for one test: the loopback address, a free port, a throw-away
+// A loopback port held for the life of the object: bound, never listening, so connecting to
+// it is refused and no other test's free port or outgoing connection lands on it; a server
+// started on it shares it (both sides allow address reuse).
+class ReservedPort {
+public:
+    ReservedPort();
+    ~ReservedPort();
+    ReservedPort(const ReservedPort&) = delete;
+    ReservedPort& operator=(const ReservedPort&) = delete;
+    int port() const { return m_port; }
+
+private:
+    int m_fd = -1;
+    int m_port = 0;
+};
+
+// A redis-server of its own for one test: the loopback address, a reserved port, a throw-away
 // folder, no snapshots and an append-only file so that a restart finds what was written.
 class RedisServer {
 public:
@@ -45,17 +61,19 @@ public:
     void kill();
     void terminate();
 
-    embedded::RedisAddress address() const { return {"127.0.0.1", m_port}; }
-    std::string addressText() const { return "127.0.0.1:" + std::to_string(m_port); }
+    // The size of the file the server appends its writes to, and cutting it back (after a
+    // kill) to lose the writes since: what a server whose disk was slow loses when it dies.
+    std::uintmax_t appendedSize() const;
+    bool cutAppendedTo(std::uintmax_t size) const;
+
+    embedded::RedisAddress address() const { return {"127.0.0.1", m_port.port()}; }
+    std::string addressText() const { return "127.0.0.1:" + std::to_string(m_port.port()); }
     const std::filesystem::path& folder() const { return m_folder; }
 
 private:
     std::filesystem::path m_folder;
-    int m_port = 0;
+    ReservedPort m_port; // held across restarts: the clients know it
     ChildProcess m_process;
 };
-
-// A port nobody listens on right now.
-int freePort();
 
 } // namespace distribution::test

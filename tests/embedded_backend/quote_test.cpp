@@ -119,11 +119,13 @@ TEST(QuoteBookTest, TheSimulatedMarketStaysOnTheLadderAndWithinLimits) {
         symbols.push_back({16, code, {}, demoReferencePrice(code)});
     }
     symbols.push_back({16, "0001", {}, 1000}); // a 10.00 stock walks across the 0.01/0.05 edge
+    symbols.push_back({16, "0002", {}, 10});   // a 0.10 stock: both limits lie one tick away
     QuoteSimulator a(7, symbols);
     QuoteSimulator b(7, symbols);
     QuoteBook book;
     std::set<std::string> moved;
-    bool limitSeen = false;
+    bool limitUpSeen = false;
+    bool limitDownSeen = false;
     for (int i = 0; i < 50000; ++i) {
         const QuoteTick t = a.next(i);
         ASSERT_EQ(t, b.next(i)) << "the same seed gives the same market";
@@ -134,8 +136,11 @@ TEST(QuoteBookTest, TheSimulatedMarketStaysOnTheLadderAndWithinLimits) {
         ASSERT_TRUE(t.bid == 0 || t.ask == 0 || t.ask == quote_price::tickUp(t.bid)) << "one tick apart";
         ASSERT_TRUE(t.last == t.bid || t.last == t.ask);
         if (t.last == up) {
-            limitSeen = true;
+            limitUpSeen = true;
             ASSERT_EQ(t.ask, 0) << "nobody sells at limit up";
+        } else if (t.last == down) {
+            limitDownSeen = true;
+            ASSERT_EQ(t.bid, 0) << "nobody buys at limit down";
         }
         ASSERT_GT(t.volume, 0);
         ASSERT_EQ(book.apply(t), QuoteBook::ApplyResult::Applied) << "the book takes every simulated trade";
@@ -144,7 +149,7 @@ TEST(QuoteBookTest, TheSimulatedMarketStaysOnTheLadderAndWithinLimits) {
         }
     }
     EXPECT_EQ(moved.size(), symbols.size()) << "every symbol trades away from its reference";
-    (void)limitSeen; // reached or not, the assertions above hold at the limits
+    EXPECT_TRUE(limitUpSeen && limitDownSeen) << "the 0.10 stock trades at both of its limits";
     EXPECT_EQ(demoReferencePrice("2330"), demoReferencePrice("2330"));
     EXPECT_TRUE(quote_price::onTick(demoReferencePrice("8888")));
 }

@@ -81,6 +81,76 @@ TEST_F(BackendTest, ANewDayHeldBackIsAnnouncedFirst) {
     EXPECT_EQ(backend->BKQNEWS_cszGetCurrDateByService(16), tomorrow);
 }
 
+TEST_F(BackendTest, ALongDisconnectionHoldsLittleAndStillRecoversAsOne) {
+    backend->shutdown();
+    EmbeddedBackendOptions o = options();
+    o.heldLimit = 40;
+    std::vector<std::size_t> recovered;
+    o.onRecovered = [&](std::size_t n) { recovered.push_back(n); };
+    start(o);
+    registerFor(&view, 16);
+    ingestNow({headlineEvent(16, 1, morning(), "斷線前")});
+    backend->disconnect();
+    dispatcher.runPending();
+    view.log.clear();
+
+    // Ten times what may be held, each headline with its stream bookmark, and late stories for
+    // a headline from before and for held ones of earlier parts.
+    const auto mark = [](std::int64_t n) {
+        FeedEvent e;
+        e.kind = FeedEventKind::StreamMark;
+        e.service = 16;
+        e.streamId = std::to_string(1000 + n) + "-0";
+        e.entryNo = n;
+        return e;
+    };
+    for (std::int32_t first = 2; first <= 401; first += 50) {
+        std::vector<FeedEvent> events;
+        for (std::int32_t seq = first; seq < first + 50; ++seq) {
+            events.push_back(headlineEvent(16, seq, morning() + seq, "斷線時"));
+            events.push_back(mark(seq));
+        }
+        if (first == 2) {
+            events.push_back(storyEvent(16, 1, morning() + 1000, "晚到的內文"));
+        } else {
+            events.push_back(storyEvent(16, first - 10, morning() + 1000 + first, "晚到的內文"));
+        }
+        ingestNow(std::move(events));
+        EXPECT_LE(backend->ingestStats().held, 40u);
+    }
+    EXPECT_LE(backend->ingestStats().heldPeak, 40u);
+    EXPECT_TRUE(view.log.empty()) << "the views hear nothing while the link is down";
+    EXPECT_TRUE(recovered.empty());
+
+    backend->connect();
+    dispatcher.runPending();
+    EXPECT_EQ(std::count(view.log.begin(), view.log.end(), "headlines 400"), 1) << "one recovery with all of them";
+    const auto stories = std::count_if(view.log.begin(), view.log.end(),
+                                       [](const std::string& l) { return l.find("story") != std::string::npos; });
+    EXPECT_TRUE(stories == 1 && contains(view.log, "story 16/1"))
+        << "the late story of an older headline is told; those of recovered headlines, held in "
+           "earlier parts, come with them";
+    EXPECT_EQ(recovered, std::vector<std::size_t>{400});
+    EXPECT_EQ(backend->cachedHeadlines(), 401u);
+
+    // A later short disconnection announces only its own news.
+    backend->disconnect();
+    ingestNow({headlineEvent(16, 500, morning() + 500, "再斷線")});
+    backend->connect();
+    dispatcher.runPending();
+    EXPECT_EQ(recovered, (std::vector<std::size_t>{400, 1}));
+    backend->shutdown();
+
+    // The store has every headline, and the last bookmark of the held ones.
+    NewsStore store;
+    ASSERT_TRUE(store.open((folder.path() / "news.db").string(), OpenMode::KeepExisting, morning()).ok());
+    LoadedNews loaded;
+    ASSERT_TRUE(store.load(5, kToday, loaded));
+    EXPECT_EQ(loaded.headlines.size(), 402u);
+    EXPECT_EQ(loaded.streamPositions[16].entryId, "1401-0");
+    EXPECT_EQ(loaded.streamPositions[16].entryNo, 401);
+}
+
 TEST_F(BackendTest, TheSampleFeedReplaysWhole) {
     const std::string path = std::string(NEWS_SOURCE_DIR) + "/resources/feeds/sample.jsonl";
     std::ifstream file(path);

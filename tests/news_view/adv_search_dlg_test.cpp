@@ -1,8 +1,11 @@
-// The advanced search dialog on the headless host: the equality of recent searches, candidate
-// texts split into keywords, and Enter following the focus to the default button.
+// The advanced search dialog on the headless host: the equality of recent searches, pool
+// keywords and picked symbols added, candidate texts split into keywords, and Enter following
+// the focus to the default button.
 #include "adapters/headless/headless_controls.h"
 #include "host/backend/search_control.h"
 #include "host/ui/messages.h"
+#include "host/ui/registered_messages.h"
+#include "news_view/news_ids.h"
 #include "search/adv_search_dlg.h"
 #include "tests/news_view/news_view_fixture.h"
 
@@ -99,6 +102,33 @@ TEST_F(AdvSearchDialogTest, CandidatesSplitIntoCodeAndNameAndADuplicateIsAddedOn
     // "[TW]2330" has no blank: code and name are the same text, added once. A text without
     // "]" is taken whole; an empty one adds nothing.
     EXPECT_EQ(dialog.GetCondition().m_vKeywords, (std::vector<CString>{"2330", "2303", "UMCCorp", "no", "bracket"}));
+}
+
+// Add (2066) takes the selected pool keywords on the keyword tab; a symbol the picker reports
+// joins as its code and the name the back end shows for it, the real-month name when the
+// terminal shows those.
+TEST_F(AdvSearchDialogTest, AddTakesSelectedPoolKeywordsAndAPickedSymbolJoinsByItsShownName) {
+    m_backend.addSymbol(16, "TXF", "台指期");
+    m_backend.setSymbolItem(16, "TXF", 1019, "台指近");
+    m_backend.setSymbolItem(16, "TXF", 2020, "台指01");
+    m_backend.setShowRealMonth(true);
+    CAdvSearchDlg dialog(CSearch{}, {"營收", "EPS", "法說"}, {}, m_view->GetWnd());
+    run(dialog, [&](host::ui::Window& wnd) {
+        auto& pool = item<headless::HeadlessListBox>(wnd, 2059);
+        pool.setSel(0, true);
+        pool.setSel(2, true);
+        ASSERT_TRUE(item<headless::HeadlessButton>(wnd, 2066).click());
+        EXPECT_EQ(items(wnd, 2060), (std::vector<CString>{"營收", "法說"}));
+        EXPECT_TRUE(pool.selectedIndexes().empty()) << "the pool selection is cleared";
+
+        ASSERT_TRUE(item<headless::HeadlessTabStrip>(wnd, 2094).selectTab(1));
+        ASSERT_TRUE(item<headless::HeadlessButton>(wnd, 9000).click());
+        const CSymbolInfo picked{16, "TXF", {}};
+        wnd.sendMessage(host::ui::RegisterWindowMessageA(news::kMsgChangeSymbolBySearch),
+                        reinterpret_cast<host::ui::WPARAM>(&picked), 0);
+        item<headless::HeadlessButton>(wnd, win::IDOK).click();
+    });
+    EXPECT_EQ(dialog.GetCondition().m_vKeywords, (std::vector<CString>{"營收", "法說", "TXF", "台指01"}));
 }
 
 TEST_F(AdvSearchDialogTest, EnterPressesTheDefaultButtonThatFollowsTheFocus) {

@@ -26,6 +26,20 @@ std::string readAll(const std::string& path) {
 
 } // namespace
 
+// Language files are edited by translators: whatever conversions a text holds, only the
+// first integer one takes the count and nothing reads an argument that is not there.
+TEST(TextFormat, CountTextsTakeTheNumberOnceAndNothingElse) {
+    EXPECT_EQ(text::formatCount("確定要刪除這 %d 組關鍵字組合嗎？", 2), "確定要刪除這 2 組關鍵字組合嗎？");
+    EXPECT_EQ(text::formatCount("%i of %u", 3), "3 of %u") << "%i and %u count too, once";
+    EXPECT_EQ(text::formatCount("%u%d", 7), "7%d");
+    EXPECT_EQ(text::formatCount("100%% %d", 5), "100% 5") << "%% is a percent sign, not a conversion";
+    EXPECT_EQ(text::formatCount("%%d", 5), "%d");
+    EXPECT_EQ(text::formatCount("%s %n %x %d", 9), "%s %n %x 9") << "other conversions stay as they are";
+    EXPECT_EQ(text::formatCount("ends with %", 1), "ends with %");
+    EXPECT_EQ(text::formatCount("no number", 4), "no number");
+    EXPECT_EQ(text::formatCount("%d", -12), "-12");
+}
+
 TEST(TextFormat, LongStringsAndLocalDates) {
     const std::string big(5000, 'x');
     EXPECT_EQ(text::format("%s-%d", big.c_str(), 42), big + "-42") << "longer than any first-guess buffer";
