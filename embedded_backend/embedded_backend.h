@@ -43,6 +43,13 @@ struct EmbeddedBackendOptions {
     std::size_t maxSearchResults = 1000;                    // newest first
     std::size_t tableDepth = NewsCache::kDefaultTableDepth; // newest entries of a category or symbol table
     bool startConnected = true;
+    // Nice steps the store's writer thread runs below the feeds and the UI (Linux): on a busy
+    // machine the store's queue grows rather than the delay of new headlines to the views. 0
+    // leaves it at the process's priority; a machine that runs many back ends gives 19 (the
+    // lowest priority), so that their stores never hold up each other's feeds.
+    int storeNiceIncrement = 5;
+    // How long the store keeps a write transaction open to gather more news (see StoreWorker).
+    std::chrono::milliseconds storeCommitWindow{200};
     // The most feed events held while disconnected; beyond it they reach the store and the
     // cache in parts, announced to the views with the reconnection.
     std::size_t heldLimit = Ingest::kDefaultHeldLimit;

@@ -79,7 +79,7 @@ HeadlineRecord headlineRecordOf(const FeedEvent& event, int day) {
     return h;
 }
 
-void Ingest::convert(const FeedEvent& e, NewsBatch& batch) {
+void Ingest::convert(FeedEvent& e, NewsBatch& batch) {
     switch (e.kind) {
     case FeedEventKind::Headline:
     case FeedEventKind::Resend: {
@@ -102,11 +102,20 @@ void Ingest::convert(const FeedEvent& e, NewsBatch& batch) {
         for (const auto& [first, last] : m_gaps.received(e.service, day, e.seq)) {
             m_pendingGaps.emplace_back(e.service, day, first, last);
         }
-        HeadlineRecord h = headlineRecordOf(e, day);
+        // The event is spent here: its texts move into the records rather than being copied.
+        HeadlineRecord h;
+        h.service = e.service;
+        h.day = day;
+        h.seq = e.seq;
+        h.time = e.time;
+        h.category = e.category;
+        h.title = std::move(e.title);
+        h.symbols = std::move(e.symbols);
+        h.sortKey = makeSortKey(e.time, e.seq, e.service);
         // The story first: it then waits for the headline, which the store indexes once with
         // its story instead of indexing the title alone and then both again.
         if (e.story) {
-            batch.changes.emplace_back(StoryRecord{e.service, day, e.seq, e.time, *e.story, true});
+            batch.changes.emplace_back(StoryRecord{e.service, day, e.seq, e.time, std::move(*e.story), true});
         }
         batch.changes.emplace_back(std::move(h));
         break;
@@ -117,7 +126,7 @@ void Ingest::convert(const FeedEvent& e, NewsBatch& batch) {
             ++m_stats.rejected;
             return;
         }
-        batch.changes.emplace_back(StoryRecord{e.service, day, e.seq, e.time, *e.story, false});
+        batch.changes.emplace_back(StoryRecord{e.service, day, e.seq, e.time, std::move(*e.story), false});
         break;
     }
     case FeedEventKind::NewDay: {
@@ -148,7 +157,7 @@ void Ingest::convert(const FeedEvent& e, NewsBatch& batch) {
         ++m_stats.rejected; // trades go to the quote book, never through the news ingest
         return;
     case FeedEventKind::StreamMark:
-        batch.changes.emplace_back(StreamPosition{e.service, e.streamId, e.entryNo});
+        batch.changes.emplace_back(StreamPosition{e.service, std::move(e.streamId), e.entryNo});
         return; // a bookmark, not news
     }
     ++m_stats.accepted;
@@ -219,7 +228,7 @@ void Ingest::fillGaps(NewsBatch& recovery) {
         m_pendingGaps.clear();
         for (const auto& [service, day, first, last] : gaps) {
             ++m_stats.gaps;
-            for (const FeedEvent& e : m_gaps.fetch(service, day, first, last)) {
+            for (FeedEvent& e : m_gaps.fetch(service, day, first, last)) {
                 convert(e, recovery);
             }
         }
@@ -234,7 +243,7 @@ void Ingest::convertHeld(NewsBatch& batch) {
         }
     }
     for (std::size_t i = 0; i < m_held.size(); ++i) {
-        const FeedEvent& held = m_held[i];
+        FeedEvent& held = m_held[i];
         if (held.kind != FeedEventKind::StreamMark || lastMark[held.service] == i) {
             convert(held, batch);
         }

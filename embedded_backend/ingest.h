@@ -58,7 +58,8 @@ public:
     int keepFrom(int day) const;
 
 private:
-    void convert(const FeedEvent& e, NewsBatch& batch);
+    // Spends the event: its texts are moved into the batch.
+    void convert(FeedEvent& e, NewsBatch& batch);
     // Converts what is held into a batch, with only the last bookmark of each stream: the batch
     // is one transaction in the store, so that bookmark covers all of it.
     void convertHeld(NewsBatch& batch);

@@ -117,8 +117,23 @@ private:
     bool indexInsert(std::int64_t sortKey, const CString& title, const CString& story, bool withTitle = true);
     bool indexDelete(std::int64_t sortKey, const CString& title, const CString& story, bool withTitle = true);
     std::optional<CString> storyText(unsigned char service, int day, std::int32_t seq);
-    // Re-indexes the headlines whose stories came late, in rowid order (see putStory).
-    bool flushReindex();
+    // What the transaction changed in the full-text indexes, written at commit (see flushIndex).
+    struct IndexedText {
+        CString title;
+        CString story;
+        bool operator==(const IndexedText&) const = default;
+    };
+    struct IndexChange {
+        std::optional<IndexedText> before; // what the indexes held when the transaction began
+        std::optional<IndexedText> after;  // what they must hold at its commit
+    };
+    // The pending change of a row, begun with `before` when the transaction first touches it.
+    IndexChange& touchIndex(std::int64_t sortKey, std::optional<IndexedText> before);
+    // Brings the indexes to the transaction's rows: every removal in rowid order, then every
+    // addition in rowid order.
+    bool flushIndex();
+    // Writes the transaction's last bookmark of each stream.
+    bool flushStreamPositions();
 
     // Search helpers (news_store_search.cpp). runMatch hands the matching sort keys (and the
     // related symbols when asked), newest first, to `row` until it returns false or `limit`
@@ -137,13 +152,8 @@ private:
     bool m_damaged = false;
     std::unique_ptr<Statements> m_statements;
     std::map<unsigned char, std::unique_ptr<ServiceIndex>> m_indexes;
-    struct Reindex {
-        std::int64_t sortKey = 0;
-        CString title;
-        CString oldStory; // as indexed now
-        CString newStory;
-    };
-    std::vector<Reindex> m_reindex; // late stories of this transaction
+    std::map<std::int64_t, IndexChange> m_pendingIndex;         // by sort key (the indexes' rowid)
+    std::map<unsigned char, StreamPosition> m_pendingPositions; // bookmarks of this transaction
 };
 
 // Related symbols as stored: per symbol its market byte, then code and name each preceded by

@@ -122,6 +122,10 @@ bool NewsStore::search(const SearchRequest& request, std::vector<CHeadlineTable>
         return false;
     }
     m_lastError.clear();
+    // Inside a write transaction the indexes lag its rows until commit; bring them level.
+    if (!flushIndex()) {
+        return false;
+    }
     std::vector<std::string> longWords;
     std::vector<std::string> shortWords;
     std::set<std::string> seen;

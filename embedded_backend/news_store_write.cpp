@@ -19,27 +19,58 @@ bool NewsStore::begin() {
 }
 
 bool NewsStore::commit() {
-    return flushReindex() && (m_statements->commit.run() || fail("commit"));
+    return flushIndex() && flushStreamPositions() && (m_statements->commit.run() || fail("commit"));
 }
 
-bool NewsStore::flushReindex() {
-    if (m_reindex.empty()) {
-        return true;
-    }
-    // FTS5 flushes its pending in-memory index whenever a row at or below the last written
-    // rowid is touched. One late story at a time that is a flush per story; sorted, all the
-    // deletes cost one flush and all the inserts another.
-    std::vector<Reindex> work = std::move(m_reindex);
-    m_reindex.clear();
-    std::sort(work.begin(), work.end(), [](const Reindex& a, const Reindex& b) { return a.sortKey < b.sortKey; });
-    for (const Reindex& r : work) {
-        if (!indexDelete(r.sortKey, r.title, r.oldStory, false)) {
-            return false;
+bool NewsStore::flushStreamPositions() {
+    // Only the last bookmark of each stream in a transaction matters: one row each.
+    for (const auto& [service, position] : m_pendingPositions) {
+        if (!m_statements->putStreamPosition.bind(1, position.service)
+                 .bindText(2, position.entryId)
+                 .bind(3, position.entryNo)
+                 .run()) {
+            return fail("store stream position");
         }
     }
-    for (const Reindex& r : work) {
-        if (!indexInsert(r.sortKey, r.title, r.newStory, false)) {
-            return false;
+    m_pendingPositions.clear();
+    return true;
+}
+
+NewsStore::IndexChange& NewsStore::touchIndex(std::int64_t sortKey, std::optional<IndexedText> before) {
+    const auto [it, fresh] = m_pendingIndex.try_emplace(sortKey);
+    if (fresh) {
+        it->second.after = before;
+        it->second.before = std::move(before);
+    }
+    return it->second;
+}
+
+bool NewsStore::flushIndex() {
+    if (m_pendingIndex.empty()) {
+        return true;
+    }
+    // FTS5 keeps a transaction's additions in memory and flushes them to a new segment
+    // whenever a row at or below the last one added is touched. Changing rows as they come
+    // (a re-sent headline, a late story) flushed once per change; collected per row and
+    // written here, the removals cost at most one flush and the additions one more. A row
+    // changed many times in the transaction is removed and added once.
+    const std::map<std::int64_t, IndexChange> work = std::move(m_pendingIndex);
+    m_pendingIndex.clear();
+    for (const auto& [key, change] : work) {
+        if (change.before && change.before != change.after) {
+            // The title index holds titles alone: a new story leaves it as it is.
+            const bool title = !change.after || change.after->title != change.before->title;
+            if (!indexDelete(key, change.before->title, change.before->story, title)) {
+                return false;
+            }
+        }
+    }
+    for (const auto& [key, change] : work) {
+        if (change.after && change.after != change.before) {
+            const bool title = !change.before || change.after->title != change.before->title;
+            if (!indexInsert(key, change.after->title, change.after->story, title)) {
+                return false;
+            }
         }
     }
     return true;
@@ -49,7 +80,8 @@ void NewsStore::rollback() {
     if (m_statements != nullptr && sqlite3_get_autocommit(m_db) == 0) {
         m_statements->rollback.run();
         m_indexes.clear(); // an index created in the transaction is gone again
-        m_reindex.clear();
+        m_pendingIndex.clear();
+        m_pendingPositions.clear();
     }
 }
 
@@ -212,9 +244,6 @@ bool NewsStore::putHeadline(const HeadlineRecord& h) {
     if (rc != SQLITE_ROW && rc != SQLITE_DONE) {
         return fail("find headline");
     }
-    if (oldKey && !flushReindex()) { // a re-sent headline is unindexed with the story the index holds
-        return false;
-    }
     const CString story = storyText(h.service, h.day, h.seq).value_or(CString{});
     const std::string symbols = encodeSymbols(h.symbols);
     Statement& write = oldKey ? st.updateHeadline : st.insertHeadline;
@@ -223,10 +252,18 @@ bool NewsStore::putHeadline(const HeadlineRecord& h) {
     if (!write.run()) {
         return fail(oldKey ? "update headline" : "insert headline");
     }
-    if (oldKey && !indexDelete(*oldKey, oldTitle, story)) {
-        return false;
+    // A re-sent headline leaves its old row in the indexes (under its old sort key when its
+    // time moved); the story table holds the story they indexed with it unless this
+    // transaction touched the row already, and then its change knows what they hold.
+    if (oldKey && *oldKey != h.sortKey) {
+        touchIndex(*oldKey, IndexedText{oldTitle, story}).after.reset();
     }
-    return indexInsert(h.sortKey, h.title, story);
+    std::optional<IndexedText> before;
+    if (oldKey && *oldKey == h.sortKey) {
+        before = IndexedText{oldTitle, story};
+    }
+    touchIndex(h.sortKey, std::move(before)).after = IndexedText{h.title, story};
+    return true;
 }
 
 bool NewsStore::putStory(const StoryRecord& story) {
@@ -249,14 +286,9 @@ bool NewsStore::putStory(const StoryRecord& story) {
     const std::int64_t sortKey = find.columnInt64(0);
     CString title(blobView(find.get(), 1));
     find.reset();
-    // Re-indexed at commit, together with the transaction's other late stories.
-    for (Reindex& pending : m_reindex) {
-        if (pending.sortKey == sortKey) {
-            pending.newStory = story.text;
-            return true;
-        }
-    }
-    m_reindex.push_back(Reindex{sortKey, std::move(title), old.value_or(CString{}), story.text});
+    // A late story: its headline is indexed again with it at commit.
+    IndexChange& change = touchIndex(sortKey, IndexedText{title, old.value_or(CString{})});
+    change.after = IndexedText{std::move(title), story.text};
     return true;
 }
 
@@ -273,18 +305,13 @@ bool NewsStore::putCategory(const CategoryRecord& category) {
 }
 
 bool NewsStore::putStreamPosition(const StreamPosition& position) {
-    return m_statements->putStreamPosition.bind(1, position.service)
-               .bindText(2, position.entryId)
-               .bind(3, position.entryNo)
-               .run() ||
-           fail("store stream position");
+    // Written at commit, with the news of the transaction (see flushStreamPositions).
+    m_pendingPositions[position.service] = position;
+    return true;
 }
 
 bool NewsStore::purgeBefore(unsigned char service, int keepFrom) {
     Statements& st = *m_statements;
-    if (!flushReindex()) {
-        return false;
-    }
     Statement& q = st.purgeSelect;
     q.bind(1, service).bind(2, keepFrom);
     struct Old {
@@ -301,13 +328,14 @@ bool NewsStore::purgeBefore(unsigned char service, int keepFrom) {
     if (rc != SQLITE_DONE) {
         return fail("find old headlines");
     }
-    for (const Old& o : old) {
-        if (!indexDelete(o.sortKey, o.title, o.story)) {
-            return false;
-        }
+    for (Old& o : old) {
+        touchIndex(o.sortKey, IndexedText{std::move(o.title), std::move(o.story)}).after.reset();
     }
+    // Outside a transaction nothing commits later: the indexes follow at once.
+    const bool standalone = sqlite3_get_autocommit(m_db) != 0;
     return (st.purgeHeadlines.bind(1, service).bind(2, keepFrom).run() || fail("drop old headlines")) &&
-           (st.purgeStories.bind(1, service).bind(2, keepFrom).run() || fail("drop old stories"));
+           (st.purgeStories.bind(1, service).bind(2, keepFrom).run() || fail("drop old stories")) &&
+           (!standalone || flushIndex());
 }
 
 } // namespace embedded

@@ -1,11 +1,47 @@
 #include "embedded_backend/store_worker.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <future>
+#include <utility>
+
+#ifdef __linux__
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#endif
+
 namespace embedded {
 
-StoreWorker::StoreWorker() = default;
+namespace {
+
+// Lowers the calling thread's CPU priority by `increment` nice steps (Linux threads have
+// their own nice value). Best effort: a refusal leaves the thread as it was.
+void lowerThreadPriority(int increment) {
+#ifdef __linux__
+    if (increment <= 0) {
+        return;
+    }
+    const auto tid = static_cast<id_t>(syscall(SYS_gettid));
+    errno = 0;
+    const int current = getpriority(PRIO_PROCESS, tid);
+    if (errno == 0) {
+        setpriority(PRIO_PROCESS, tid, std::min(19, current + increment));
+    }
+#else
+    (void)increment;
+#endif
+}
+
+} // namespace
+
+StoreWorker::StoreWorker() : StoreWorker(Options{}) {}
+
+StoreWorker::StoreWorker(Options options) : m_options(options) {}
 
 StoreWorker::~StoreWorker() {
     stop();
+    takeQueued(); // frees what was queued after stop()
 }
 
 void StoreWorker::setErrorHandler(ErrorHandler handler) {
@@ -19,30 +55,42 @@ void StoreWorker::start() {
         return;
     }
     m_stopping = false;
-    m_thread = std::thread([this] { run(); });
+    m_thread = std::thread([this] {
+        lowerThreadPriority(m_options.niceIncrement);
+        run();
+    });
+}
+
+void StoreWorker::push(Item item) {
+    auto* node = new Node{std::move(item), m_queued.load()};
+    while (!m_queued.compare_exchange_weak(node->next, node)) {
+    }
+    // Only a sleeping worker needs the lock: it holds it just to check for work and wait.
+    if (m_sleeping.load()) {
+        std::lock_guard lock(m_mutex);
+        m_wake.notify_one();
+    }
 }
 
 void StoreWorker::write(std::shared_ptr<const NewsBatch> batch) {
-    std::lock_guard lock(m_mutex);
-    m_queue.push_back(Item{std::move(batch), {}});
-    ++m_queued;
-    m_wake.notify_one();
+    push(Item{std::move(batch), {}});
 }
 
 void StoreWorker::post(Task task) {
-    std::lock_guard lock(m_mutex);
-    m_queue.push_back(Item{nullptr, std::move(task)});
-    ++m_queued;
-    m_wake.notify_one();
+    push(Item{nullptr, std::move(task)});
 }
 
 void StoreWorker::flush() {
-    std::unique_lock lock(m_mutex);
-    if (!m_thread.joinable()) {
-        return;
+    {
+        std::lock_guard lock(m_mutex);
+        if (!m_thread.joinable() || m_stopping) {
+            return;
+        }
     }
-    const std::uint64_t ticket = m_queued;
-    m_done.wait(lock, [&] { return m_finished >= ticket; });
+    // A task runs after everything queued before it, and commits the open transaction first.
+    std::promise<void> done;
+    post([&done](NewsStore&) { done.set_value(); });
+    done.get_future().wait();
 }
 
 void StoreWorker::stop() {
@@ -67,33 +115,70 @@ std::string StoreWorker::lastError() const {
     return m_lastError;
 }
 
+std::vector<StoreWorker::Item> StoreWorker::takeQueued() {
+    Node* node = m_queued.exchange(nullptr);
+    std::vector<Item> items;
+    while (node != nullptr) {
+        items.push_back(std::move(node->item));
+        delete std::exchange(node, node->next);
+    }
+    std::reverse(items.begin(), items.end());
+    return items;
+}
+
+void StoreWorker::sleep(const std::chrono::steady_clock::time_point* until) {
+    std::unique_lock lock(m_mutex);
+    m_sleeping = true;
+    const auto ready = [&] { return m_stopping.load() || m_queued.load() != nullptr; };
+    if (until != nullptr) {
+        m_wake.wait_until(lock, *until, ready);
+    } else {
+        m_wake.wait(lock, ready);
+    }
+    m_sleeping = false;
+}
+
 void StoreWorker::run() {
     while (true) {
-        std::deque<Item> items;
-        {
-            std::unique_lock lock(m_mutex);
-            m_wake.wait(lock, [&] { return m_stopping || !m_queue.empty(); });
-            if (m_queue.empty()) {
+        std::vector<Item> items = takeQueued();
+        if (items.empty()) {
+            if (m_inTransaction) {
+                // More batches may join the open transaction until its window ends.
+                const auto end = m_transactionStart + m_options.commitWindow;
+                if (std::chrono::steady_clock::now() < end && !m_stopping) {
+                    sleep(&end);
+                    continue;
+                }
+                commitOpen();
+                reportFailures();
+                continue;
+            }
+            if (m_stopping) {
                 return; // stopping with nothing left
             }
-            items.swap(m_queue);
+            sleep(nullptr);
+            continue;
         }
         std::size_t index = 0;
         while (index < items.size()) {
             if (items[index].batch) {
                 writeAll(items, index);
             } else {
+                // A task sees every write queued before it committed, and its failures reported.
+                commitOpen();
+                reportFailures();
                 items[index].task(m_store);
                 ++index;
             }
         }
-        std::lock_guard lock(m_mutex);
-        m_finished += items.size();
-        m_done.notify_all();
+        if (m_inTransaction && std::chrono::steady_clock::now() >= m_transactionStart + m_options.commitWindow) {
+            commitOpen();
+        }
+        reportFailures();
     }
 }
 
-void StoreWorker::writeAll(std::deque<Item>& items, std::size_t& index) {
+void StoreWorker::writeAll(std::vector<Item>& items, std::size_t& index) {
     if (!m_store.isOpen()) {
         // Without a store (it failed to open) the news still reaches the cache; nothing to write.
         while (index < items.size() && items[index].batch) {
@@ -101,53 +186,66 @@ void StoreWorker::writeAll(std::deque<Item>& items, std::size_t& index) {
         }
         return;
     }
-    std::string error;
-    std::uint64_t failed = 0;
     while (index < items.size() && items[index].batch) {
-        if (!m_store.begin()) {
-            error = m_store.lastError();
-            ++failed;
-            ++index;
-            continue;
+        if (!m_inTransaction) {
+            if (!m_store.begin()) {
+                m_pendingError = m_store.lastError();
+                ++m_pendingFailures;
+                ++index;
+                continue;
+            }
+            m_inTransaction = true;
+            m_transactionStart = std::chrono::steady_clock::now();
+            m_transactionChanges = 0;
         }
-        std::size_t changes = 0;
-        // One transaction for consecutive batches, up to a bound that keeps a commit short.
-        while (index < items.size() && items[index].batch && changes < kMaxChangesPerTransaction) {
-            for (const NewsChange& change : items[index].batch->changes) {
-                if (!m_store.apply(change)) {
-                    // One bad change costs only itself; a damaged file stops the batch.
-                    error = m_store.lastError();
-                    ++failed;
-                    if (m_store.damaged()) {
-                        break;
-                    }
+        // A batch is applied whole in one transaction: its bookmarks commit with its news.
+        for (const NewsChange& change : items[index].batch->changes) {
+            if (!m_store.apply(change)) {
+                // One bad change costs only itself; a damaged file stops the batch.
+                m_pendingError = m_store.lastError();
+                ++m_pendingFailures;
+                if (m_store.damaged()) {
+                    break;
                 }
             }
-            changes += items[index].batch->changes.size();
-            ++index;
-            if (m_store.damaged()) {
-                break;
-            }
         }
-        if (m_store.damaged()) {
-            m_store.rollback();
-        } else if (!m_store.commit()) {
-            error = m_store.lastError();
-            ++failed;
-            m_store.rollback();
+        m_transactionChanges += items[index].batch->changes.size();
+        items[index].batch.reset(); // the UI may hold the last reference; free it here otherwise
+        ++index;
+        if (m_store.damaged() || m_transactionChanges >= m_options.maxChanges) {
+            commitOpen();
         }
     }
-    if (failed > 0) {
-        ErrorHandler handler;
-        {
-            std::lock_guard lock(m_mutex);
-            m_failedWrites += failed;
-            m_lastError = error;
-            handler = m_onError;
-        }
-        if (handler) {
-            handler(error);
-        }
+}
+
+void StoreWorker::commitOpen() {
+    if (!m_inTransaction) {
+        return;
+    }
+    m_inTransaction = false;
+    if (m_store.damaged()) {
+        m_store.rollback();
+    } else if (!m_store.commit()) {
+        m_pendingError = m_store.lastError();
+        ++m_pendingFailures;
+        m_store.rollback();
+    }
+}
+
+void StoreWorker::reportFailures() {
+    if (m_pendingFailures == 0) {
+        return;
+    }
+    ErrorHandler handler;
+    const std::string error = m_pendingError;
+    {
+        std::lock_guard lock(m_mutex);
+        m_failedWrites += std::exchange(m_pendingFailures, 0);
+        m_lastError = error;
+        handler = m_onError;
+    }
+    if (handler) {
+        handler(error);
     }
 }
 

@@ -1,22 +1,32 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "embedded_backend/news_records.h"
 #include "embedded_backend/news_store.h"
 
 namespace embedded {
 
-// The one thread that touches the SQLite store. Work runs in the order it was queued:
-// consecutive write batches share one transaction (a burst of headlines costs one commit),
-// searches and reads run between them and see every write queued before them.
+// The one thread that touches the SQLite store. Work runs in the order it was queued.
+// Writes go behind: consecutive write batches share one transaction that stays open for up
+// to a commit window (or a size bound), so a steady feed of small batches costs one commit,
+// one full-text segment per index and one write of each touched page per window instead of
+// per batch. A search, a read, flush() or stop() commits first, so they see every write
+// queued before them. Each batch is applied whole inside one transaction, so a bookmark
+// written with its news is committed with it (or rolled back with it).
+// The thread runs at a lower CPU priority than the feeds and the UI: on a busy machine the
+// store falls behind (its queue grows) rather than the views. So that a feed never waits for
+// it, queueing takes no lock the worker may hold while the scheduler has put it aside: work
+// is pushed onto a lock-free list, and the lock is taken only to wake a sleeping worker.
 // Thread: every member but the store itself may be called from any thread. Ownership: the
 // worker owns the store and its thread. Re-entrancy: a task may queue more work; it must not
 // call flush() or stop().
@@ -25,7 +35,17 @@ public:
     using Task = std::function<void(NewsStore&)>;
     using ErrorHandler = std::function<void(const std::string&)>;
 
+    struct Options {
+        // How long a write transaction may stay open collecting more batches.
+        std::chrono::milliseconds commitWindow{200};
+        // Changes after which a transaction commits whatever its age.
+        std::size_t maxChanges = 20000;
+        // Added to the thread's nice value (Linux); 0 leaves it alone.
+        int niceIncrement = 5;
+    };
+
     StoreWorker();
+    explicit StoreWorker(Options options);
     ~StoreWorker();
     StoreWorker(const StoreWorker&) = delete;
     StoreWorker& operator=(const StoreWorker&) = delete;
@@ -35,9 +55,9 @@ public:
     void start();
     void write(std::shared_ptr<const NewsBatch> batch);
     void post(Task task);
-    // Blocks until everything queued before the call has run.
+    // Blocks until everything queued before the call has run and been committed.
     void flush();
-    // Runs what is queued, closes the store and joins the thread.
+    // Runs what is queued, commits, closes the store and joins the thread.
     void stop();
 
     std::uint64_t failedWrites() const;
@@ -48,23 +68,42 @@ private:
         std::shared_ptr<const NewsBatch> batch;
         Task task;
     };
+    struct Node {
+        Item item;
+        Node* next = nullptr;
+    };
+
+    void push(Item item);
+    // Everything queued so far, oldest first; empty when nothing is.
+    std::vector<Item> takeQueued();
+    // Sleeps until work is queued, stop() is called or `until` passes (when set).
+    void sleep(const std::chrono::steady_clock::time_point* until);
     void run();
-    void writeAll(std::deque<Item>& items, std::size_t& index);
+    // Applies the consecutive write batches from `index` on, inside the open transaction
+    // (begun when none is).
+    void writeAll(std::vector<Item>& items, std::size_t& index);
+    // Commits the open transaction (rolls back a damaged one).
+    void commitOpen();
+    void reportFailures();
 
-    static constexpr std::size_t kMaxChangesPerTransaction = 20000;
-
+    Options m_options;
     NewsStore m_store;
-    mutable std::mutex m_mutex;
+    std::atomic<Node*> m_queued{nullptr}; // newest first
+    std::atomic<bool> m_sleeping{false};
+    std::atomic<bool> m_stopping{false};
+    mutable std::mutex m_mutex; // guards the wake-up, the handler and the error figures
     std::condition_variable m_wake;
-    std::condition_variable m_done;
-    std::deque<Item> m_queue;
-    std::uint64_t m_queued = 0;
-    std::uint64_t m_finished = 0;
-    bool m_stopping = false;
     std::thread m_thread;
     ErrorHandler m_onError;
     std::uint64_t m_failedWrites = 0;
     std::string m_lastError;
+
+    // Worker thread only.
+    bool m_inTransaction = false;
+    std::chrono::steady_clock::time_point m_transactionStart;
+    std::size_t m_transactionChanges = 0;
+    std::uint64_t m_pendingFailures = 0;
+    std::string m_pendingError;
 };
 
 } // namespace embedded
