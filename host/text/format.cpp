@@ -45,9 +45,9 @@ std::string formatCount(const std::string& format, int count) {
 }
 
 std::string format(const char* fmt, ...) {
-    std::va_list args;
+    va_list args;
     va_start(args, fmt);
-    std::va_list again;
+    va_list again;
     va_copy(again, args);
     // First pass measures, second pass writes into a buffer of exactly that size.
     const int length = std::vsnprintf(nullptr, 0, fmt, args);
