@@ -66,17 +66,22 @@ int Ingest::ensureDay(unsigned char service, std::int64_t time, NewsBatch& batch
     return day;
 }
 
-HeadlineRecord headlineRecordOf(const FeedEvent& event, int day) {
+HeadlineRecord headlineRecordOf(FeedEvent&& event, int day) {
+    // The event is spent: its texts move into the record rather than being copied.
     HeadlineRecord h;
     h.service = event.service;
     h.day = day;
     h.seq = event.seq;
     h.time = event.time;
     h.category = event.category;
-    h.title = event.title;
-    h.symbols = event.symbols;
+    h.title = std::move(event.title);
+    h.symbols = std::move(event.symbols);
     h.sortKey = makeSortKey(event.time, event.seq, event.service);
     return h;
+}
+
+HeadlineRecord headlineRecordOf(const FeedEvent& event, int day) {
+    return headlineRecordOf(FeedEvent(event), day);
 }
 
 void Ingest::convert(FeedEvent& e, NewsBatch& batch) {
@@ -102,16 +107,8 @@ void Ingest::convert(FeedEvent& e, NewsBatch& batch) {
         for (const auto& [first, last] : m_gaps.received(e.service, day, e.seq)) {
             m_pendingGaps.emplace_back(e.service, day, first, last);
         }
-        // The event is spent here: its texts move into the records rather than being copied.
-        HeadlineRecord h;
-        h.service = e.service;
-        h.day = day;
-        h.seq = e.seq;
-        h.time = e.time;
-        h.category = e.category;
-        h.title = std::move(e.title);
-        h.symbols = std::move(e.symbols);
-        h.sortKey = makeSortKey(e.time, e.seq, e.service);
+        // Only the title and symbols move out: the story and the numbers are still read below.
+        HeadlineRecord h = headlineRecordOf(std::move(e), day);
         // The story first: it then waits for the headline, which the store indexes once with
         // its story instead of indexing the title alone and then both again.
         if (e.story) {

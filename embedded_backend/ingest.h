@@ -17,6 +17,7 @@ namespace embedded {
 
 // The record a headline (or re-sent headline) event becomes, filed under a news day.
 HeadlineRecord headlineRecordOf(const FeedEvent& event, int day);
+HeadlineRecord headlineRecordOf(FeedEvent&& event, int day); // moves the event's title and symbols
 
 // Turns feed events into ordered news batches and hands every batch to the UI thread (cache
 // and callbacks) and to the store worker, in the same order for both. It files each headline
