@@ -131,6 +131,31 @@ TEST_F(AdvSearchDialogTest, AddTakesSelectedPoolKeywordsAndAPickedSymbolJoinsByI
     EXPECT_EQ(dialog.GetCondition().m_vKeywords, (std::vector<CString>{"營收", "法說", "TXF", "台指01"}));
 }
 
+// A keyword typed again selects the entry the condition already has; removing every keyword
+// (2076, after Yes) keeps the method the user picked on the radios.
+TEST_F(AdvSearchDialogTest, ATypedKeywordAlreadyListedIsSelectedAndRemovingAllKeepsThePickedMethod) {
+    CAdvSearchDlg dialog(search({"EPS", "Q3", "營收"}), {}, {}, m_view->GetWnd());
+    const int result = run(dialog, [&](host::ui::Window& wnd) {
+        auto& edit = item<headless::HeadlessEdit>(wnd, 2061);
+        edit.setFocus();
+        ASSERT_TRUE(edit.typeText("Q3"));
+        m_host.ui().keyInput(&edit, win::WM_KEYDOWN, win::VK_RETURN);
+        EXPECT_EQ(items(wnd, 2060), (std::vector<CString>{"EPS", "Q3", "營收"}));
+        EXPECT_EQ(item<headless::HeadlessListBox>(wnd, 2060).selectedIndexes(), std::vector<int>{1});
+
+        item<headless::HeadlessButton>(wnd, 2072).setCheck(false);
+        item<headless::HeadlessButton>(wnd, 2071).setCheck(true);
+        m_host.dialogs().answerMessageBox(win::IDYES);
+        ASSERT_TRUE(item<headless::HeadlessButton>(wnd, 2076).click());
+        EXPECT_TRUE(items(wnd, 2060).empty());
+        EXPECT_TRUE(item<headless::HeadlessButton>(wnd, 2071).isChecked());
+        EXPECT_FALSE(item<headless::HeadlessButton>(wnd, 2072).isChecked());
+        item<headless::HeadlessButton>(wnd, win::IDOK).click();
+    });
+    EXPECT_EQ(result, win::IDOK);
+    EXPECT_EQ(dialog.GetCondition().m_byMethod, CSearch::kMethodAnd);
+}
+
 TEST_F(AdvSearchDialogTest, EnterPressesTheDefaultButtonThatFollowsTheFocus) {
     SearchControl::SetSearchObjInterface(&m_candidates);
     m_candidates.answer = {"[TW] 2330 TSMC"};
