@@ -194,6 +194,7 @@ TEST_F(ViewShellTest, NotSupportedStatePaintsTheNoDataTextInInverseColoursOverTh
     ASSERT_NE(text, log->looseOps.end());
     EXPECT_EQ(text->color, 0x102030u ^ 0xFFFFFFu);
     EXPECT_EQ(text->bkColor, 0x102030u);
+    EXPECT_FALSE(text->bkTransparent) << "drawn on an opaque background";
     EXPECT_EQ(text->rect, (Rect{0, 0, 1000, 600 - 180})) << "the grid's share above the story";
     EXPECT_EQ(text->format, host::ui::win::DT_CENTER | host::ui::win::DT_VCENTER | host::ui::win::DT_SINGLELINE);
 }
