@@ -1,3 +1,4 @@
+#include <optional>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -128,6 +129,59 @@ TEST_F(HeadlessSheetTest, SelectionAndFocusFollowTheirRows) {
     m_grid.vGetAllSelectionNdx(rows);
     EXPECT_EQ(rows, (std::vector<int>{5, 6}));
     EXPECT_EQ(m_grid.cptGetFocusNdx().y, -1) << "the focus row was deleted";
+}
+
+// The cells of deleted rows are reused for rows written later, and a row read just before an
+// insert or delete is not mistaken for its neighbour.
+TEST_F(HeadlessSheetTest, ARowWrittenAfterADeleteStartsEmpty) {
+    m_grid.iInsertCol(2, 300);
+    m_grid.vAddRows(5);
+    m_grid.vSetCellText(1, 0, "09:00");
+    m_grid.vSetCellText(1, 2, "old title");
+    m_grid.vSetCellFgColor(1, 1, 0x0000FF);
+    m_grid.vDeleteRow(1);
+    ASSERT_EQ(m_grid.storedRowCount(), 0u);
+
+    m_grid.vInsertRow(0);
+    m_grid.vSetCellText(0, 0, "09:05");
+    EXPECT_EQ(m_grid.storedRowCount(), 1u);
+    EXPECT_EQ(m_grid.cszGetCellText(0, 0), "09:05");
+    EXPECT_EQ(m_grid.cszGetCellText(0, 2), "") << "nothing of the deleted row shows";
+    EXPECT_EQ(m_grid.cellFgColor(0, 1), std::nullopt);
+    EXPECT_FALSE(m_grid.isRowStored(2)) << "the row that followed the deleted one holds nothing";
+
+    // A column inserted later moves the cells of written rows only.
+    m_grid.iInsertCol(0, 40);
+    EXPECT_EQ(m_grid.cszGetCellText(0, 1), "09:05");
+    EXPECT_EQ(m_grid.cszGetCellText(0, 0), "");
+}
+
+TEST_F(HeadlessSheetTest, WritesRightAfterAnInsertOrDeleteReachTheRowNamed) {
+    m_grid.iInsertCol(2, 300);
+    constexpr std::size_t kRow = 50000;
+    m_grid.vAddRows(100000);
+    m_grid.vSetCellText(kRow, 2, "was 50000");
+    m_grid.vSetCellText(kRow + 1, 2, "was 50001");
+    EXPECT_EQ(m_grid.cszGetCellText(kRow, 2), "was 50000");
+
+    m_grid.vInsertRow(0); // far above: every row below moves down by one
+    m_grid.vSetCellText(kRow, 0, "written after the insert");
+    EXPECT_EQ(m_grid.cszGetCellText(kRow, 2), "") << "row 50000 is the former row 49999";
+    EXPECT_EQ(m_grid.cszGetCellText(kRow + 1, 0), "") << "the moved row got nothing";
+    EXPECT_EQ(m_grid.cszGetCellText(kRow + 1, 2), "was 50000");
+
+    EXPECT_EQ(m_grid.cszGetCellText(kRow + 2, 2), "was 50001");
+    m_grid.vDeleteRow(0);
+    m_grid.vDeleteRow(0);
+    m_grid.vSetCellText(kRow, 0, "written after the deletes");
+    EXPECT_EQ(m_grid.cszGetCellText(kRow, 2), "was 50001");
+    EXPECT_EQ(m_grid.cszGetCellText(kRow - 1, 2), "was 50000");
+    EXPECT_EQ(m_grid.cszGetCellText(kRow - 1, 0), "");
+
+    m_grid.vClearAllRows();
+    m_grid.vAddRows(2);
+    EXPECT_EQ(m_grid.cszGetCellText(0, 0), "");
+    EXPECT_EQ(m_grid.storedRowCount(), 0u);
 }
 
 } // namespace

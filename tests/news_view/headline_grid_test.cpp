@@ -65,59 +65,6 @@ TEST_F(HeadlineGridTest, OnlyRowsOnScreenAreWrittenAndScrollingFillsTheRest) {
     EXPECT_EQ(grid.outOfRangeCount(), 0) << "the visible range is cut at the end of the table";
 }
 
-TEST_F(HeadlineGridTest, RowsWithoutHeadlineShowPlaceholderWithEntryTimeUntilTheHeadlineArrives) {
-    const CHeadlineTable known = addNews(16, taipei(9, 0), 1, "known");
-    CHeadlineTable missing = entry(16, taipei(8, 30), 2, 2, 0);
-    m_backend.setTable(16, BKQuoteInterface::kByDate, kToday, {known, missing});
-    const CHeadlineTable warrantMissing = entry(news::kServiceWarrant, taipei(7, 45), 9, 9, 0);
-    m_backend.setTable(news::kServiceWarrant, BKQuoteInterface::kByDate, kToday, {warrantMissing});
-
-    createView();
-    headless::HeadlessSheet& grid = sheet(news::kModeAllNews);
-    EXPECT_EQ(grid.cszGetCellText(1, 0), "") << "placeholders wait for the deferred refresh";
-    refresh();
-    EXPECT_EQ(grid.cszGetCellText(0, 2), "known");
-    EXPECT_EQ(grid.cszGetCellText(1, 0), "08:30") << "time of the table entry, time only in list 0";
-    EXPECT_EQ(grid.cszGetCellText(1, 1), "LOADING");
-    EXPECT_EQ(grid.cszGetCellText(1, 2), "LOADING");
-
-    // The back end gets the headline later and says so.
-    CHeadline arrived;
-    arrived.m_byService = 16;
-    arrived.m_tTime = missing.m_tTime;
-    arrived.m_iSeqNo = missing.m_iSeqNo;
-    arrived.m_strTitle = "arrived";
-    arrived.m_iCategory = 1;
-    m_backend.addHeadline(arrived);
-    m_view->RespHeadLine({missing});
-    refresh();
-    EXPECT_EQ(grid.cszGetCellText(1, 2), "arrived");
-
-    // Date lists show month and day in the placeholder too.
-    auto* tabs = dynamic_cast<headless::HeadlessTabStrip*>(control(news::kIdTabStrip));
-    ASSERT_NE(tabs, nullptr);
-    ASSERT_TRUE(tabs->selectTab(m_view->iGetTabIndex(news::kModeWarrant)));
-    refresh();
-    EXPECT_EQ(sheet(news::kModeWarrant).cszGetCellText(0, 0), "01/02 07:45");
-    EXPECT_EQ(sheet(news::kModeWarrant).cszGetCellText(0, 2), "LOADING");
-}
-
-TEST_F(HeadlineGridTest, TimesAreTaipeiLocalTimeAcrossMidnight) {
-    // 00:05 in Taipei is still the previous day in UTC.
-    addNews(16, taipei(0, 5), 1, "just after midnight");
-    addNews(news::kServiceWarrant, taipei(0, 5), 2, "warrant");
-    createView();
-    EXPECT_EQ(sheet(news::kModeAllNews).cszGetCellText(0, 0), "00:05");
-
-    CString text;
-    m_view->vGetTimeString(text, CHeadlineTable{16, taipei(23, 59), 1, 0, 0}, true);
-    EXPECT_EQ(text, "01/02 23:59");
-    m_view->vGetTimeString(text, CHeadlineTable{16, taipei(0, 5), 1, 0, 0}, true);
-    EXPECT_EQ(text, "01/02 00:05");
-    m_view->vGetTimeString(text, CHeadlineTable{16, taipei(0, 5), 1, 0, 0}, false);
-    EXPECT_EQ(text, "00:05");
-}
-
 TEST_F(HeadlineGridTest, CategoryCellShowsCatalogueNameAndColourAndRecoverTextForUnknownIds) {
     writeSysFile("NewsService.ini", "[CONFIG]\nCatId=1 2,3\nSHORTNAME=REV,CALL EPS\n");
     CSyncInfo::Get().setOtherColor("COLOR_NEWSCAT_2", 0x0000FF);

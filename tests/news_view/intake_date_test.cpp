@@ -44,29 +44,16 @@ protected:
     }
 };
 
-TEST_F(IntakeDateTest, ResentHeadlineMovesToTheTopAndNewOnesKeepTimeOrder) {
+// Where pushes land in the list is pinned by the story_pane_pushes and embedded_replay scenarios;
+// the view's own guard is not reachable from a script: nothing is taken while disconnected.
+TEST_F(IntakeDateTest, NothingIsTakenWhileDisconnected) {
     addNews(16, taipei(8, 0), 1, "first");
-    addNews(16, taipei(8, 30), 2, "second");
-    addNews(22, taipei(8, 30), 1, "hk");
     createView();
-    ASSERT_EQ(titles(), (std::vector<CString>{"second", "hk", "first"}));
-
-    push(22, taipei(8, 30), 2, "same time");
-    EXPECT_EQ(titles(), (std::vector<CString>{"second", "hk", "same time", "first"}))
-        << "equal times stay above the new one";
-    push(16, taipei(7, 0), 3, "oldest");
-    push(16, taipei(9, 0), 4, "newest");
-    EXPECT_EQ(titles(), (std::vector<CString>{"newest", "second", "hk", "same time", "first", "oldest"}));
-
-    push(16, taipei(8, 5), 1, "first, corrected");
-    EXPECT_EQ(titles(), (std::vector<CString>{"first, corrected", "newest", "second", "hk", "same time", "oldest"}))
-        << "a re-sent headline goes to the top even above newer ones, and the count stays";
-
     m_backend.setConnected(false);
     m_view->RecvNewHeadLine(nullptr, "1", "");
     const CHeadline offline{16, taipei(9, 5), 5, "offline"};
     m_view->RecvNewHeadLine(&offline, "1", "");
-    EXPECT_EQ(titles().size(), 6u) << "nothing is taken while disconnected";
+    EXPECT_EQ(titles(), std::vector<CString>{"first"});
 }
 
 TEST_F(IntakeDateTest, DatesOutsideTheRangeAreRefusedWithATipAndThePickerIsPutBack) {
@@ -92,22 +79,6 @@ TEST_F(IntakeDateTest, DatesOutsideTheRangeAreRefusedWithATipAndThePickerIsPutBa
 
     push(16, taipei(9, 0), 2, "today");
     EXPECT_EQ(titles(), std::vector<CString>{"three days ago"}) << "another day's list takes no pushes";
-}
-
-TEST_F(IntakeDateTest, ClicksInTheOpenCalendarCountOnlyAtCloseUp) {
-    addNews(16, taipei(8, 0) - 86400, 1, "yesterday");
-    addNews(16, taipei(8, 0) - 2 * 86400, 2, "two days ago");
-    createView();
-    const std::size_t mark = m_backend.mark();
-
-    picker().dropDown();
-    picker().pickDate(Date{2024, 1, 1});
-    picker().pickDate(Date{2023, 12, 31});
-    EXPECT_EQ(m_backend.countCalls("BKQNEWS_iGetHeadlineTable", mark), 0u);
-    EXPECT_TRUE(titles().empty());
-
-    picker().closeUp();
-    EXPECT_EQ(titles(), std::vector<CString>{"two days ago"});
 }
 
 TEST_F(IntakeDateTest, NewNewsDayMovesThePickerOnlyForACheckedServiceAndAValidDate) {

@@ -1,7 +1,6 @@
 // The back end's answers after a recovery request: which answers a list takes, how it is
 // rebuilt, what the user is told when a service holds nothing, and which services are asked.
 #include "adapters/headless/headless_controls.h"
-#include "story/news_story_dlg.h"
 #include "story/news_story_view.h"
 #include "tests/news_view/news_view_fixture.h"
 
@@ -172,16 +171,14 @@ TEST_F(RecoveryTest, NothingMakesTheCurrentListOneOfNoListsSoHeadlinesAlwaysFind
     EXPECT_EQ(sheet(news::kModeAllNews).cszGetCellText(0, 2), "one");
 }
 
-TEST_F(RecoveryTest, AnswersReachTheStoryPaneAndAChangeNoticeGoesToTheWindowFirst) {
+TEST_F(RecoveryTest, AnswersReachTheStoryPaneAndAnswersWithoutDataAreDropped) {
     const CHeadlineTable entry{16, taipei(8, 0), 1, 0, 0};
     m_backend.setTable(16, BKQuoteInterface::kByDate, "20240102", {entry}); // the headline is not held yet
     createView();
     m_view->SetStoryShowType(2);
     refresh();
     NewsStoryView* pane = m_view->GetStoryPane();
-    TRVNewsStory* window = m_view->GetStoryDlg();
     ASSERT_NE(pane, nullptr);
-    ASSERT_NE(window, nullptr);
     sheet(news::kModeAllNews).vSetActiveSelection(0, -1);
     pane->SetHeadLinePos(5);
     const std::size_t mark = m_backend.mark();
@@ -197,24 +194,6 @@ TEST_F(RecoveryTest, AnswersReachTheStoryPaneAndAChangeNoticeGoesToTheWindowFirs
     m_backend.setStory(entry, "late text");
     m_backend.answerStory(entry);
     EXPECT_NE(pane->GetWnd()->child(8072)->text().find("late text"), std::string::npos) << "the story reaches the pane";
-
-    // Every view with a control set has the window, so a change notice goes there, not to the pane.
-    m_backend.setStory(entry, "corrected");
-    m_backend.storyUpdated(entry);
-    EXPECT_EQ(window->GetWnd()->child(8072)->text(), "IDS_NEWSCTRLVIEW_STRING_WAIT_FOR_UPDATE");
-    EXPECT_NE(pane->GetWnd()->child(8072)->text().find("late text"), std::string::npos);
-
-    // With the window as the story display, a hidden window takes no story.
-    m_view->SetStoryShowType(0);
-    window->vSetStoryData(news::kModeAllNews, 0, *m_view->GetTable(news::kModeAllNews));
-    window->ShowWindow(false);
-    m_backend.setStory(entry, "third");
-    m_backend.answerStory(entry);
-    EXPECT_EQ(window->GetStoryString().find("third"), std::string::npos);
-    window->ShowWindow(true);
-    m_backend.setStory(entry, "fourth");
-    m_backend.answerStory(entry);
-    EXPECT_NE(window->GetStoryString().find("fourth"), std::string::npos);
 
     // Answers without their data are dropped.
     m_view->StoryUpdateNotify(nullptr);

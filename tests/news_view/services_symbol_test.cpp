@@ -1,7 +1,6 @@
-// News services chosen from the service menu, the symbol-news combos and symbol changes that
-// arrive through link groups.
+// The symbol-news combos and symbol changes that arrive through link groups. The service
+// menu itself is walked through in the news_view_services scenario.
 #include "adapters/headless/headless_controls.h"
-#include "host/backend/subscriptions.h"
 #include "host/text/cp950.h"
 #include "tests/news_view/news_view_fixture.h"
 
@@ -14,53 +13,7 @@ public:
     const CRuntimeClass* GetRuntimeClass() const override { return nullptr; }
 };
 
-class ServicesSymbolTest : public NewsViewTest {
-protected:
-    // Opens the service menu under its button and chooses an item; returns the menu as shown.
-    headless::MenuRecord chooseService(unsigned id) {
-        auto* button = dynamic_cast<headless::HeadlessButton*>(control(news::kIdServiceButton));
-        EXPECT_TRUE(button != nullptr && button->click());
-        const headless::MenuRecord shown = *m_host.ui().openMenu();
-        EXPECT_TRUE(m_host.ui().chooseMenuItem(id));
-        return shown;
-    }
-    std::vector<bool> menuChecks() {
-        auto* button = dynamic_cast<headless::HeadlessButton*>(control(news::kIdServiceButton));
-        EXPECT_TRUE(button != nullptr && button->click());
-        std::vector<bool> checks;
-        for (const auto& item : m_host.ui().openMenu()->items) {
-            checks.push_back(item.checked);
-        }
-        m_host.ui().dismissMenu();
-        return checks;
-    }
-};
-
-TEST_F(ServicesSymbolTest, TheLastCheckedServiceCannotBeUnchecked) {
-    addNews(16, taipei(8, 0), 1, "twse");
-    addNews(22, taipei(8, 30), 1, "hk");
-    createView();
-    NewsSubscriptions& subscriptions = NewsSubscriptions::instance();
-    ASSERT_EQ(sheet(news::kModeAllNews).iGetRowCount(), 2u);
-
-    chooseService(5051); // uncheck Hong Kong
-    EXPECT_EQ(m_view->GetServiceList()[1].m_bySelected, 0);
-    EXPECT_FALSE(subscriptions.isRegistered(m_view.get(), 22));
-    EXPECT_EQ(sheet(news::kModeAllNews).iGetRowCount(), 1u) << "the all-news list is rebuilt without it";
-    EXPECT_EQ(menuChecks(), (std::vector<bool>{true, false}));
-
-    const std::size_t mark = m_backend.mark();
-    chooseService(5050); // the only checked one
-    EXPECT_EQ(m_view->GetServiceList()[0].m_bySelected, 1);
-    EXPECT_EQ(menuChecks(), (std::vector<bool>{true, false})) << "not even the check mark moves";
-    EXPECT_TRUE(m_backend.callsSince(mark).empty()) << "nothing is reloaded";
-    EXPECT_TRUE(subscriptions.isRegistered(m_view.get(), 16));
-
-    chooseService(5051); // and back
-    EXPECT_TRUE(subscriptions.isRegistered(m_view.get(), 22));
-    EXPECT_EQ(sheet(news::kModeAllNews).iGetRowCount(), 2u);
-    EXPECT_EQ(menuChecks(), (std::vector<bool>{true, true}));
-}
+using ServicesSymbolTest = NewsViewTest;
 
 TEST_F(ServicesSymbolTest, SymbolChangesAreTakenOnlyFromTheViewsOwnLinkGroup) {
     m_backend.addSymbol(16, "2330", "TSMC");

@@ -106,21 +106,6 @@ TEST_F(ViewShellTest, SingleBitMaskHasNoTabStripAndOneServiceGivesAZeroWidthSele
     m_backend.install();
 }
 
-TEST_F(ViewShellTest, ServiceMenuLeavesOutTheWarrantServiceAndItsIndexIsKept) {
-    createView();
-    EXPECT_EQ(m_view->GetWarrantServiceIndex(), 2);
-    auto* selector = dynamic_cast<headless::HeadlessButton*>(control(news::kIdServiceButton));
-    ASSERT_NE(selector, nullptr);
-    ASSERT_TRUE(selector->click());
-    const headless::MenuRecord* menu = m_host.ui().openMenu();
-    ASSERT_NE(menu, nullptr);
-    ASSERT_EQ(menu->items.size(), 2u);
-    EXPECT_EQ(menu->items[0].id, 5050u);
-    EXPECT_EQ(menu->items[0].text, "TWSE News");
-    EXPECT_EQ(menu->items[1].id, 5051u);
-    EXPECT_TRUE(menu->items[0].checked && menu->items[1].checked);
-}
-
 TEST_F(ViewShellTest, LayoutWithoutServiceKeysSelectsAndRegistersEveryServiceButTheWarrantService) {
     createView();
     const std::vector<NewsServiceEntry>& services = m_view->GetServiceList();
@@ -128,6 +113,7 @@ TEST_F(ViewShellTest, LayoutWithoutServiceKeysSelectsAndRegistersEveryServiceBut
     EXPECT_EQ(services[0].m_bySelected, 1);
     EXPECT_EQ(services[1].m_bySelected, 1);
     EXPECT_EQ(services[2].m_bySelected, 0);
+    EXPECT_EQ(m_view->GetWarrantServiceIndex(), 2);
     EXPECT_EQ(services[0].m_iDate, 20240102);
     NewsSubscriptions& subscriptions = NewsSubscriptions::instance();
     EXPECT_TRUE(subscriptions.isRegistered(m_view.get(), 16));
@@ -208,6 +194,7 @@ TEST_F(ViewShellTest, NotSupportedStatePaintsTheNoDataTextInInverseColoursOverTh
     ASSERT_NE(text, log->looseOps.end());
     EXPECT_EQ(text->color, 0x102030u ^ 0xFFFFFFu);
     EXPECT_EQ(text->bkColor, 0x102030u);
+    EXPECT_FALSE(text->bkTransparent) << "drawn on an opaque background";
     EXPECT_EQ(text->rect, (Rect{0, 0, 1000, 600 - 180})) << "the grid's share above the story";
     EXPECT_EQ(text->format, host::ui::win::DT_CENTER | host::ui::win::DT_VCENTER | host::ui::win::DT_SINGLELINE);
 }

@@ -114,15 +114,6 @@ TEST_F(OutputViewTest, SelectedRowsPrintInRowOrderWhenEverythingIsAtHand) {
         << "the story window, which every view with its controls has, owns the print dialog";
 }
 
-TEST_F(OutputViewTest, NothingSelectedDoesNothing) {
-    const std::size_t mark = m_backend.mark();
-    m_view->OnPrintNews();
-    m_view->OnSaveNews();
-    EXPECT_TRUE(m_host.dialogs().records().empty());
-    EXPECT_EQ(m_backend.countCalls("BKQNEWS_bGetStory", mark), 0u);
-    EXPECT_FALSE(m_view->GetNewsPrint()->bHasPending());
-}
-
 TEST_F(OutputViewTest, AMissingStoryQueuesTheRequestUntilItArrivesWhole) {
     select({1, 3});
     m_view->OnPrintNews();

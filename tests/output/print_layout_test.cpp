@@ -91,40 +91,6 @@ TEST_F(PrintLayoutTest, APageIsFramedTitledAndNumberedInMillimetresOfThePrinter)
     EXPECT_EQ(number.font.charSet, 136);
 }
 
-TEST_F(PrintLayoutTest, EveryStoryRestartsItsPageNumbersAndAPageHoldsFortyNineLines) {
-    std::string hundred;
-    for (int i = 1; i <= 100; ++i) {
-        hundred += "L" + std::to_string(i) + "\r\n";
-    }
-    const headless::DrawingLog* log = print({item("LONG", hundred), item("SHORT", "ONLY")});
-    ASSERT_NE(log, nullptr);
-    ASSERT_EQ(log->pages.size(), 4u);
-    const auto bodyTexts = [&](std::size_t page) {
-        std::vector<std::string> texts;
-        for (const DrawOp* op : log->texts(page)) {
-            if (op->kind == DrawOp::Kind::kTextOut && op->from.y > 849) {
-                texts.push_back(op->text);
-            }
-        }
-        return texts;
-    };
-    const auto pageNumber = [&](std::size_t page) { return log->texts(page)[1]->text; };
-    EXPECT_EQ(pageNumber(0), "1");
-    EXPECT_EQ(pageNumber(1), "2");
-    EXPECT_EQ(pageNumber(2), "3");
-    EXPECT_EQ(pageNumber(3), "1");
-    EXPECT_EQ(bodyTexts(0).size(), 49u);
-    EXPECT_EQ(bodyTexts(0).back(), "L49");
-    EXPECT_EQ(bodyTexts(1).front(), "L50");
-    EXPECT_EQ(bodyTexts(2), (std::vector<std::string>{"L99", "L100"}));
-    EXPECT_EQ(bodyTexts(3), std::vector<std::string>{"ONLY"});
-    // Every page repeats the heading and the title.
-    for (std::size_t p = 0; p < 3; ++p) {
-        EXPECT_EQ(log->texts(p)[2]->text, "HEADING-12AB");
-        EXPECT_EQ(log->texts(p)[3]->text, "LONG");
-    }
-}
-
 TEST_F(PrintLayoutTest, LongTitlesAndLongLines) {
     const std::string title = std::string(80, 'a') + std::string(80, 'b') + "TAIL";
     const std::string story = std::string(79, 'x') + "\xA5\x78" + "y" + std::string(100, 'z');

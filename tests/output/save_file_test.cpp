@@ -110,16 +110,4 @@ TEST_F(SaveFileTest, CancelWritesNothing) {
     EXPECT_TRUE(fs::is_empty(m_dir));
 }
 
-TEST_F(SaveFileTest, ConversionIsAskedForServiceZeroWhateverTheItemsService) {
-    m_backend.addConversion(big5("臺"), big5("台"));
-    m_backend.setSimplified(16, true);
-    EXPECT_EQ(save({item(1, big5("臺股"), big5("臺灣"))}).find(big5("台")), std::string::npos)
-        << "service 16 asking changes nothing";
-    m_backend.setSimplified(0, true);
-    const std::string converted = save({item(1, big5("臺股"), big5("臺灣"))}, "converted.txt");
-    EXPECT_NE(converted.find(big5("新聞標題：台股")), std::string::npos);
-    EXPECT_NE(converted.find(big5("新聞內容：台灣")), std::string::npos);
-    EXPECT_EQ(converted.find(big5("臺")), std::string::npos);
-}
-
 } // namespace

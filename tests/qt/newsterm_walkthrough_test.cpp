@@ -478,49 +478,6 @@ TEST_F(NewstermWalkthroughTest, ShowTypeButtonCyclesTheStoryLayout) {
     EXPECT_EQ(list->geometry(), beside);
 }
 
-TEST_F(NewstermWalkthroughTest, PageButtonsDropFromTheLastOneOnANarrowWindow) {
-    // Screen order: page down, page up, save as, print.
-    const int ids[] = {news::kIdPageDownButton, news::kIdPageUpButton, news::kIdSaveAsButton, news::kIdPrintButton};
-    const auto shownButtons = [&] {
-        int shown = 0;
-        bool gap = false;
-        for (const int id : ids) {
-            const bool onScreen = !controlWidget(id)->geometry().isEmpty();
-            EXPECT_FALSE(onScreen && gap) << "button " << id << " stayed after one before it disappeared";
-            gap = gap || !onScreen;
-            shown += onScreen ? 1 : 0;
-        }
-        return shown;
-    };
-    ASSERT_EQ(shownButtons(), 4);
-    for (int i = 1; i < 4; ++i) {
-        const QRect left = controlWidget(ids[i - 1])->geometry();
-        const QRect right = controlWidget(ids[i])->geometry();
-        EXPECT_LT(left.right(), right.left()) << "button " << i;
-    }
-    EXPECT_LE(controlWidget(ids[3])->geometry().right(), viewWidget()->width());
-
-    // Narrower and narrower: the buttons go one by one, the last first.
-    std::vector<int> seen{4};
-    QWidget* central = window().centralWidget();
-    for (int width = window().width() - 20; width >= 200 && seen.back() > 0; width -= 20) {
-        window().resize(width, window().height());
-        ASSERT_TRUE(waitUntil(
-            [&] { return central->width() == window().width() && viewWidget()->width() == central->width(); }));
-        const int shown = shownButtons();
-        ASSERT_LE(shown, seen.back()) << "a button came back on a narrower window";
-        if (shown != seen.back()) {
-            seen.push_back(shown);
-        }
-    }
-    EXPECT_EQ(seen, (std::vector<int>{4, 3, 2, 1, 0}));
-
-    // Wide again: all four are back.
-    window().resize(1200, window().height());
-    ASSERT_TRUE(waitUntil([&] { return viewWidget()->width() == window().width(); }));
-    EXPECT_EQ(shownButtons(), 4);
-}
-
 } // namespace
 
 namespace {
