@@ -4,6 +4,10 @@
 
 #include <hiredis.h>
 
+#ifdef __linux__
+#include <pthread.h>
+#endif
+
 namespace embedded {
 
 namespace {
@@ -46,6 +50,7 @@ void StreamFeed::start(StreamFeedOptions options, Sink sink) {
     m_options = std::move(options);
     m_sink = std::move(sink);
     m_positions.clear();
+    m_moved.clear();
     for (const unsigned char service : m_options.services) {
         StreamPosition p{service, "0-0", 0};
         if (const auto it = m_options.positions.find(service); it != m_options.positions.end()) {
@@ -75,6 +80,9 @@ void StreamFeed::setError(const std::string& error) {
 }
 
 void StreamFeed::run() {
+#ifdef __linux__
+    pthread_setname_np(pthread_self(), "news-feed");
+#endif
     RedisConnection connection;
     bool up = m_options.startConnected;
     std::chrono::milliseconds retry = m_options.firstRetry;
@@ -140,14 +148,25 @@ void StreamFeed::run() {
     }
 }
 
-void StreamFeed::mark(unsigned char service, std::vector<FeedEvent>& out) const {
-    const StreamPosition& p = m_positions.at(service);
-    FeedEvent e;
-    e.kind = FeedEventKind::StreamMark;
-    e.service = service;
-    e.streamId = p.entryId;
-    e.entryNo = p.entryNo;
-    out.push_back(std::move(e));
+void StreamFeed::mark(unsigned char service) {
+    if (std::find(m_moved.begin(), m_moved.end(), service) == m_moved.end()) {
+        m_moved.push_back(service);
+    }
+}
+
+void StreamFeed::appendMarks(std::vector<FeedEvent>& out) {
+    // One bookmark per stream, after everything the read brought: the store writes it in the
+    // transaction of the news before it, and only the newest one of a stream matters.
+    for (const unsigned char service : m_moved) {
+        const StreamPosition& p = m_positions.at(service);
+        FeedEvent e;
+        e.kind = FeedEventKind::StreamMark;
+        e.service = service;
+        e.streamId = p.entryId;
+        e.entryNo = p.entryNo;
+        out.push_back(std::move(e));
+    }
+    m_moved.clear();
 }
 
 long StreamFeed::readOnce(RedisConnection& connection, bool block) {
@@ -205,6 +224,7 @@ long StreamFeed::readOnce(RedisConnection& connection, bool block) {
             }
         }
     }
+    appendMarks(out);
     if (!out.empty()) {
         if (!block && m_options.settle) {
             m_options.settle(); // catching up: the next part waits for the one before
@@ -230,7 +250,7 @@ void StreamFeed::take(RedisConnection& connection, unsigned char service, std::s
                             " skipped: " + (entry ? "it names another service" : error);
         if (!rereading) {
             p.entryId = std::string(id);
-            mark(service, out);
+            mark(service);
         }
         return;
     }
@@ -263,7 +283,7 @@ void StreamFeed::take(RedisConnection& connection, unsigned char service, std::s
         p.entryId = std::string(id);
     }
     p.entryNo = entry->entryNo;
-    mark(service, out);
+    mark(service);
     std::lock_guard lock(m_mutex);
     ++m_stats.entries;
 }
