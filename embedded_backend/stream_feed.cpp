@@ -35,6 +35,27 @@ bool entryOf(const redisReply* entry, std::string_view& id,
     return true;
 }
 
+// The same for an entry of a compact reply.
+bool entryOf(const CompactReply& reply, const CompactReply::Node& entry, std::string_view& id,
+             std::vector<std::pair<std::string_view, std::string_view>>& fields) {
+    fields.clear();
+    if (entry.type != REDIS_REPLY_ARRAY || entry.count < 2 || !reply.isString(reply.element(entry, 0))) {
+        return false;
+    }
+    id = reply.text(reply.element(entry, 0));
+    const CompactReply::Node& list = reply.element(entry, 1);
+    if (list.type != REDIS_REPLY_ARRAY) {
+        return true; // an entry without fields decodes as a bad one
+    }
+    for (std::size_t i = 0; i + 1 < list.count; i += 2) {
+        const CompactReply::Node& name = reply.element(list, i);
+        const CompactReply::Node& value = reply.element(list, i + 1);
+        fields.emplace_back(reply.isString(name) ? reply.text(name) : std::string_view{},
+                            reply.isString(value) ? reply.text(value) : std::string_view{});
+    }
+    return true;
+}
+
 FeedEvent linkEvent(FeedEventKind kind) {
     FeedEvent e;
     e.kind = kind;
@@ -188,37 +209,37 @@ long StreamFeed::readOnce(RedisConnection& connection, bool block) {
     for (const unsigned char service : order) {
         args.push_back(m_positions[service].entryId);
     }
-    const RedisReply reply = connection.command(args);
-    if (!reply) {
+    if (!connection.command(args, m_reply)) {
         return -1;
     }
-    if (reply.isError()) {
-        setError("Redis refused to read the news streams: " + reply.text());
+    const CompactReply::Node& root = m_reply.root();
+    if (root.type == REDIS_REPLY_ERROR) {
+        setError("Redis refused to read the news streams: " + std::string(m_reply.text(root)));
         // A refusal (a key of another type, say) will not heal by asking faster.
         m_thread.waitUntil(std::chrono::steady_clock::now() + m_options.lastRetry);
         return 0;
     }
-    if (reply.get()->type != REDIS_REPLY_ARRAY) {
+    if (root.type != REDIS_REPLY_ARRAY) {
         return 0; // nil: nothing new within the wait
     }
     long count = 0;
     std::vector<FeedEvent> out;
     Fields fields;
-    for (std::size_t s = 0; s < reply.get()->elements; ++s) {
-        const redisReply* streamReply = reply.get()->element[s];
-        if (streamReply->type != REDIS_REPLY_ARRAY || streamReply->elements < 2) {
+    for (std::size_t s = 0; s < root.count; ++s) {
+        const CompactReply::Node& streamReply = m_reply.element(root, s);
+        if (streamReply.type != REDIS_REPLY_ARRAY || streamReply.count < 2) {
             continue;
         }
-        const std::string_view key = stringOf(streamReply->element[0]);
+        const std::string_view key = m_reply.text(m_reply.element(streamReply, 0));
         const auto service =
             std::find_if(order.begin(), order.end(), [&](unsigned char id) { return stream::streamKey(id) == key; });
-        if (service == order.end()) {
+        const CompactReply::Node& entries = m_reply.element(streamReply, 1);
+        if (service == order.end() || entries.type != REDIS_REPLY_ARRAY) {
             continue;
         }
-        const redisReply* entries = streamReply->element[1];
-        for (std::size_t i = 0; i < entries->elements; ++i) {
+        for (std::size_t i = 0; i < entries.count; ++i) {
             std::string_view id;
-            if (entryOf(entries->element[i], id, fields)) {
+            if (entryOf(m_reply, m_reply.element(entries, i), id, fields)) {
                 take(connection, *service, id, fields, out, false);
                 ++count;
             }

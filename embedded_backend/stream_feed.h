@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "embedded_backend/compact_reply.h"
 #include "embedded_backend/feed_event.h"
 #include "embedded_backend/feed_thread.h"
 #include "embedded_backend/news_records.h"
@@ -86,6 +87,7 @@ private:
     StreamFeedOptions m_options;
     Sink m_sink;
     std::map<unsigned char, StreamPosition> m_positions; // feed thread only
+    CompactReply m_reply;                                // feed thread only: the last read, reused
     std::vector<unsigned char> m_moved;                  // feed thread only: streams read since the last bookmarks
     mutable std::mutex m_mutex;
     Stats m_stats;
