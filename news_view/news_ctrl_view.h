@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -421,6 +422,13 @@ private:
     CString cszGetSelectedCategoryID() const;
     // The host's colours of a category the catalogue knows; false (colours unchanged) otherwise.
     bool bGetCategoryColorById(int id, COLORREF& text, COLORREF& background) const;
+    // Calls `visit(service, id, name)` for each category the back end lists for the view's
+    // services in service order, skipping the warrant service (it has a catalogue of its own)
+    // and, with `selectedOnly`, the services the user did not pick. A service whose list the
+    // back end cannot give is passed over.
+    void vForEachServiceCategory(
+        bool selectedOnly,
+        const std::function<void(unsigned char service, const CString& id, const CString& name)>& visit) const;
     // Refills the category combo from the back end and selects the entry with this id text
     // (empty or absent: the first).
     void vFillCategoryCombo(const CString& selectId);

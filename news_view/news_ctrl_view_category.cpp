@@ -111,20 +111,15 @@ CString TRVNewsCtrlView::cszGetSelectedCategoryID() const {
                : CString{};
 }
 
-void TRVNewsCtrlView::vFillCategoryCombo(const CString& selectId) {
+void TRVNewsCtrlView::vForEachServiceCategory(
+    bool selectedOnly,
+    const std::function<void(unsigned char service, const CString& id, const CString& name)>& visit) const {
     BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface();
-    if (m_pCategoryCombo == nullptr || bk == nullptr) {
+    if (bk == nullptr) {
         return;
     }
-    m_pCategoryCombo->setRedraw(false);
-    m_pCategoryCombo->resetContent();
-    m_vCategoryIdText.clear();
-    // Categories of the selected services in service order, each id once; the warrant service
-    // has a catalogue of its own and no category list.
-    std::set<CString> seen;
-    int selectIndex = -1;
     for (const NewsServiceEntry& entry : m_vService) {
-        if (entry.m_bySelected == 0 || entry.m_byService == news::kServiceWarrant) {
+        if ((selectedOnly && entry.m_bySelected == 0) || entry.m_byService == news::kServiceWarrant) {
             continue;
         }
         std::vector<CString> ids;
@@ -133,29 +128,44 @@ void TRVNewsCtrlView::vFillCategoryCombo(const CString& selectId) {
             continue;
         }
         for (std::size_t i = 0; i < ids.size() && i < names.size(); ++i) {
-            if (!seen.insert(ids[i]).second) {
-                continue;
-            }
-            const int id = std::atoi(ids[i].c_str());
-            const int index = m_pCategoryCombo->addString(cszShowText(entry.m_byService, names[i]));
-            if (index < 0) {
-                continue;
-            }
-            m_vCategoryIdText.insert(
-                m_vCategoryIdText.begin() +
-                    std::min(static_cast<std::ptrdiff_t>(index), static_cast<std::ptrdiff_t>(m_vCategoryIdText.size())),
-                ids[i]);
-            m_pCategoryCombo->setItemData(index, id);
-            COLORREF text = 0;
-            COLORREF background = 0;
-            if (bGetCategoryColorById(id, text, background)) {
-                m_pCategoryCombo->setItemColors(index, text, background);
-            }
-            if (!selectId.empty() && ids[i] == selectId) {
-                selectIndex = index;
-            }
+            visit(entry.m_byService, ids[i], names[i]);
         }
     }
+}
+
+void TRVNewsCtrlView::vFillCategoryCombo(const CString& selectId) {
+    if (m_pCategoryCombo == nullptr || BKQuoteInterface::GetBKInterface() == nullptr) {
+        return;
+    }
+    m_pCategoryCombo->setRedraw(false);
+    m_pCategoryCombo->resetContent();
+    m_vCategoryIdText.clear();
+    // Categories of the selected services in service order, each id once.
+    std::set<CString> seen;
+    int selectIndex = -1;
+    vForEachServiceCategory(true, [&](unsigned char service, const CString& idText, const CString& name) {
+        if (!seen.insert(idText).second) {
+            return;
+        }
+        const int id = std::atoi(idText.c_str());
+        const int index = m_pCategoryCombo->addString(cszShowText(service, name));
+        if (index < 0) {
+            return;
+        }
+        m_vCategoryIdText.insert(
+            m_vCategoryIdText.begin() +
+                std::min(static_cast<std::ptrdiff_t>(index), static_cast<std::ptrdiff_t>(m_vCategoryIdText.size())),
+            idText);
+        m_pCategoryCombo->setItemData(index, id);
+        COLORREF text = 0;
+        COLORREF background = 0;
+        if (bGetCategoryColorById(id, text, background)) {
+            m_pCategoryCombo->setItemColors(index, text, background);
+        }
+        if (!selectId.empty() && idText == selectId) {
+            selectIndex = index;
+        }
+    });
     if (selectIndex < 0 && m_pCategoryCombo->count() > 0) {
         selectIndex = 0;
     }

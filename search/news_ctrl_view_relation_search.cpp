@@ -4,14 +4,11 @@
 #include <cstdlib>
 #include <map>
 
-#include "host/backend/bk_quote_interface.h"
 #include "host/ui/messages.h"
 #include "news_view/news_ctrl_view.h"
 #include "search/news_key_search_dlg.h"
 
 namespace {
-
-constexpr unsigned char kWarrantService = 52;
 
 // A category id text as a plain decimal conversion reads it: leading blanks, a sign and the
 // digits up to the first other character; no digits read 0, and a number past the range of
@@ -42,25 +39,13 @@ RelationCondition relationConditionOf(const CNewsKey& key) {
 void TRVNewsCtrlView::OnRelationSearchDlg() {
     // Every service's categories but the warrant service's; the first service to name an id wins.
     std::map<int, CString> categories;
-    if (BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface()) {
-        for (const NewsServiceEntry& entry : m_vService) {
-            if (entry.m_byService == kWarrantService) {
-                continue;
-            }
-            std::vector<CString> ids;
-            std::vector<CString> names;
-            if (!bk->bNewsAPI_GetNewsCatId(entry.m_byService, ids, names)) {
-                continue;
-            }
-            for (std::size_t i = 0; i < ids.size() && i < names.size(); ++i) {
-                categories.emplace(categoryIdOf(ids[i]), names[i]);
-            }
-        }
-        // The names read as the first service shows its texts.
-        if (!m_vService.empty()) {
-            for (auto& [id, name] : categories) {
-                name = cszShowText(m_vService.front().m_byService, name);
-            }
+    vForEachServiceCategory(false, [&categories](unsigned char, const CString& id, const CString& name) {
+        categories.emplace(categoryIdOf(id), name);
+    });
+    // The names read as the first service shows its texts.
+    if (!m_vService.empty()) {
+        for (auto& [id, name] : categories) {
+            name = cszShowText(m_vService.front().m_byService, name);
         }
     }
 

@@ -177,27 +177,15 @@ void TRVNewsStory::vShowData() {
     if (m_pNewsParent == nullptr || m_pNewsParent->iGetHeadlineTableSize(m_iTableNum) < 1) {
         return;
     }
-    const CString placeholder = story::Lang(story::kKeyRecover);
-    m_strTitle = placeholder;
-    m_strStory = placeholder;
+    m_strTitle = story::Lang(story::kKeyRecover);
+    m_strStory = m_strTitle;
     vShowStoryText();
     CHeadlineTable entry;
     bCurrentEntry(entry);
-    const std::vector<CHeadline> headlines = story::vCollectHeadlines(*m_pNewsParent, entry);
-    BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface();
-    if (!headlines.empty()) {
-        m_strTitle = story::cszFormatTitle(headlines.front());
-        if (bk != nullptr && bk->LangIsConvertToSimplified(headlines.front().m_byService) &&
-            m_strTitle != placeholder) {
-            m_strTitle = story::cszConvertToSimplified(m_strTitle);
-        }
-    }
-    const bool fetched = bk != nullptr && bk->BKQNEWS_bGetStory(m_story, entry);
-    if (fetched || !m_story.m_strText.empty()) {
-        CString body = story::cszConvertForService(entry.m_byService, m_story.m_strText);
-        vConvertStoryContent(body);
-        m_strStory = story::cszFormatStory(m_story.m_tTime, body, story::Lang(story::kKeyClosingRemark),
-                                           story::BodyBlanks::kTwo);
+    story::ShownTexts texts = story::shownTexts(*m_pNewsParent, entry, m_story);
+    m_strTitle = std::move(texts.title);
+    if (texts.story) {
+        m_strStory = std::move(*texts.story);
     }
     UpdateData(false);
     vShowStoryText();
@@ -221,18 +209,11 @@ void TRVNewsStory::RespHeadLine(const std::vector<CHeadlineTable>& entries) {
 void TRVNewsStory::RespStory(const CHeadlineTable& entry) {
     CHeadlineTable current;
     bCurrentEntry(current);
-    BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface();
-    if (!m_equality.equal(current, entry) || bk == nullptr || !bk->BKQNEWS_bGetStory(m_story, entry)) {
+    std::optional<CString> text = story::cszAnsweredStory(m_equality, current, entry, m_story);
+    if (!text) {
         return;
     }
-    if (m_story.m_strText.empty()) {
-        m_strStory = story::cszFormatNoStory(m_story.m_tTime, story::Lang(story::kKeyNoStory));
-    } else {
-        CString body = story::cszConvertForService(entry.m_byService, m_story.m_strText);
-        vConvertStoryContent(body);
-        m_strStory = story::cszFormatStory(m_story.m_tTime, body, story::Lang(story::kKeyClosingRemark),
-                                           story::BodyBlanks::kOne);
-    }
+    m_strStory = std::move(*text);
     vShowStoryText();
     UpdateData(false);
     vSetStorySearchMarke();

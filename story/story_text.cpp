@@ -104,6 +104,42 @@ std::optional<CString> cszAnsweredTitle(const TRVNewsCtrlView& owner, EntryEqual
     return cszConvertForService(headlines.front().m_byService, cszFormatTitle(headlines.front()));
 }
 
+ShownTexts shownTexts(const TRVNewsCtrlView& owner, const CHeadlineTable& entry, CStory& held) {
+    const CString placeholder = Lang(kKeyRecover);
+    ShownTexts texts{placeholder, std::nullopt};
+    const std::vector<CHeadline> headlines = vCollectHeadlines(owner, entry);
+    BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface();
+    if (!headlines.empty()) {
+        texts.title = cszFormatTitle(headlines.front());
+        if (bk != nullptr && bk->LangIsConvertToSimplified(headlines.front().m_byService) &&
+            texts.title != placeholder) {
+            texts.title = cszConvertToSimplified(texts.title);
+        }
+    }
+    // Kept: a failed fetch goes on with the story held from before when that one has a text.
+    const bool fetched = bk != nullptr && bk->BKQNEWS_bGetStory(held, entry);
+    if (fetched || !held.m_strText.empty()) {
+        CString body = cszConvertForService(entry.m_byService, held.m_strText);
+        vConvertStoryContent(body);
+        texts.story = cszFormatStory(held.m_tTime, body, Lang(kKeyClosingRemark), BodyBlanks::kTwo);
+    }
+    return texts;
+}
+
+std::optional<CString> cszAnsweredStory(EntryEquality& equality, const CHeadlineTable& shown,
+                                        const CHeadlineTable& answered, CStory& held) {
+    BKQuoteInterface* bk = BKQuoteInterface::GetBKInterface();
+    if (!equality.equal(shown, answered) || bk == nullptr || !bk->BKQNEWS_bGetStory(held, answered)) {
+        return std::nullopt;
+    }
+    if (held.m_strText.empty()) {
+        return cszFormatNoStory(held.m_tTime, Lang(kKeyNoStory));
+    }
+    CString body = cszConvertForService(answered.m_byService, held.m_strText);
+    vConvertStoryContent(body);
+    return cszFormatStory(held.m_tTime, body, Lang(kKeyClosingRemark), BodyBlanks::kOne);
+}
+
 void vMarkKeywords(host::ui::RichEdit& edit, const CSearch& condition) {
     if (!condition.m_bKeywordSearch) {
         return;

@@ -53,6 +53,22 @@ std::vector<CHeadline> vCollectHeadlines(const TRVNewsCtrlView& owner, const CHe
 std::optional<CString> cszAnsweredTitle(const TRVNewsCtrlView& owner, EntryEquality& equality,
                                         const CHeadlineTable& entry, const std::vector<CHeadlineTable>& answer);
 
+// The texts vShowData shows for an entry: the title (the loading text when no active service of
+// the owner has its headline) and the story with two blanks after the body, or no story text
+// when the back end has none and the held story is empty. `held` is the story shown before;
+// the fetch writes into it.
+struct ShownTexts {
+    CString title;
+    std::optional<CString> story;
+};
+ShownTexts shownTexts(const TRVNewsCtrlView& owner, const CHeadlineTable& entry, CStory& held);
+
+// The story text after a story answer for `answered` while `shown` is on screen: none when the
+// answer concerns another entry or the back end has no story for it; the no-story text for an
+// empty story; else the story with one blank after the body.
+std::optional<CString> cszAnsweredStory(EntryEquality& equality, const CHeadlineTable& shown,
+                                        const CHeadlineTable& answered, CStory& held);
+
 // Marks the condition's keywords in a story control by selecting them: only with the
 // keyword-search flag; each non-empty keyword in turn, every match (overlapping ones too,
 // searching again from match start + 1), so that the last match of the last keyword stays
