@@ -48,6 +48,10 @@ struct EmbeddedBackendOptions {
     // leaves it at the process's priority; a machine that runs many back ends gives 19 (the
     // lowest priority), so that their stores never hold up each other's feeds.
     int storeNiceIncrement = 5;
+    // The store's writer runs in the idle scheduling class instead (Linux): it then takes only
+    // CPU time the feeds, the UI and every other program leave over. Meant for a machine that
+    // runs many back ends; on a saturated machine searches wait behind the lagging writes.
+    bool storeIdle = false;
     // How long the store keeps a write transaction open to gather more news (see StoreWorker).
     std::chrono::milliseconds storeCommitWindow{200};
     // The most feed events held while disconnected; beyond it they reach the store and the

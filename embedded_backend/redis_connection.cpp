@@ -4,6 +4,8 @@
 
 #include <hiredis.h>
 
+#include "embedded_backend/compact_reply.h"
+
 namespace embedded {
 
 std::optional<RedisAddress> parseRedisAddress(std::string_view text) {
@@ -135,6 +137,36 @@ RedisReply RedisConnection::command(const std::vector<std::string>& args) {
         fail("the connection to Redis failed");
     }
     return RedisReply(reply);
+}
+
+bool RedisConnection::command(const std::vector<std::string>& args, CompactReply& into) {
+    into.clear();
+    if (!connected()) {
+        m_error = "not connected to Redis";
+        return false;
+    }
+    std::vector<const char*> argv;
+    std::vector<std::size_t> lengths;
+    argvOf(args, argv, lengths);
+    // The reader builds this one reply into `into`, then goes back to hiredis's own objects.
+    redisReader* reader = m_context->reader;
+    redisReplyObjectFunctions* const objects = reader->fn;
+    void* const data = reader->privdata;
+    reader->fn = CompactReply::functions();
+    reader->privdata = &into;
+    void* const reply = redisCommandArgv(m_context, static_cast<int>(argv.size()), argv.data(), lengths.data());
+    // A reply cut off by a failure leaves its root with the reader: a node handle that the
+    // default functions must never be asked to free.
+    reader->reply = nullptr;
+    reader->fn = objects;
+    reader->privdata = data;
+    if (reply == nullptr || into.empty()) {
+        fail(m_context->err == REDIS_ERR_OOM ? "a reply of Redis held more values than a read may"
+                                             : "the connection to Redis failed");
+        into.clear();
+        return false;
+    }
+    return true;
 }
 
 std::vector<RedisReply> RedisConnection::pipeline(const std::vector<std::vector<std::string>>& commands) {

@@ -14,6 +14,8 @@ struct redisReply;
 
 namespace embedded {
 
+class CompactReply;
+
 // "host:port" as given on a command line; nullopt when the port is missing or out of range.
 struct RedisAddress {
     std::string host = "127.0.0.1";
@@ -62,6 +64,9 @@ public:
     // Runs one command; a null reply (with lastError set) when the connection failed. An
     // error reply of the server is a reply, and leaves the connection usable.
     RedisReply command(const std::vector<std::string>& args);
+    // Runs one command with its reply built into `into` (see CompactReply); false (with
+    // lastError set) when the connection failed or the reply held more than it may.
+    bool command(const std::vector<std::string>& args, CompactReply& into);
     // Sends several commands in one write and reads their replies in order.
     std::vector<RedisReply> pipeline(const std::vector<std::vector<std::string>>& commands);
     const std::string& lastError() const { return m_error; }

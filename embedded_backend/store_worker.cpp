@@ -6,6 +6,8 @@
 #include <utility>
 
 #ifdef __linux__
+#include <pthread.h>
+#include <sched.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -16,9 +18,17 @@ namespace embedded {
 namespace {
 
 // Lowers the calling thread's CPU priority by `increment` nice steps (Linux threads have
-// their own nice value). Best effort: a refusal leaves the thread as it was.
-void lowerThreadPriority(int increment) {
+// their own nice value), or puts it in the idle class, which runs only on CPU time no
+// ordinary thread wants. Best effort: a refusal leaves the thread as it was.
+void lowerThreadPriority(int increment, bool idle) {
 #ifdef __linux__
+    pthread_setname_np(pthread_self(), "news-store");
+    if (idle) {
+        sched_param none{};
+        if (pthread_setschedparam(pthread_self(), SCHED_IDLE, &none) == 0) {
+            return;
+        }
+    }
     if (increment <= 0) {
         return;
     }
@@ -30,6 +40,7 @@ void lowerThreadPriority(int increment) {
     }
 #else
     (void)increment;
+    (void)idle;
 #endif
 }
 
@@ -56,7 +67,7 @@ void StoreWorker::start() {
     }
     m_stopping = false;
     m_thread = std::thread([this] {
-        lowerThreadPriority(m_options.niceIncrement);
+        lowerThreadPriority(m_options.niceIncrement, m_options.idle);
         run();
     });
 }

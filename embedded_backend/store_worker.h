@@ -42,6 +42,10 @@ public:
         std::size_t maxChanges = 20000;
         // Added to the thread's nice value (Linux); 0 leaves it alone.
         int niceIncrement = 5;
+        // Runs the thread in the idle scheduling class (Linux SCHED_IDLE) instead: it then gets
+        // only CPU time that no ordinary thread wants, so on a saturated machine it may wait
+        // indefinitely, and so do searches and reads queued behind its writes.
+        bool idle = false;
     };
 
     StoreWorker();

@@ -4,6 +4,10 @@
 
 #include <hiredis.h>
 
+#ifdef __linux__
+#include <pthread.h>
+#endif
+
 namespace embedded {
 
 namespace {
@@ -31,6 +35,27 @@ bool entryOf(const redisReply* entry, std::string_view& id,
     return true;
 }
 
+// The same for an entry of a compact reply.
+bool entryOf(const CompactReply& reply, const CompactReply::Node& entry, std::string_view& id,
+             std::vector<std::pair<std::string_view, std::string_view>>& fields) {
+    fields.clear();
+    if (entry.type != REDIS_REPLY_ARRAY || entry.count < 2 || !reply.isString(reply.element(entry, 0))) {
+        return false;
+    }
+    id = reply.text(reply.element(entry, 0));
+    const CompactReply::Node& list = reply.element(entry, 1);
+    if (list.type != REDIS_REPLY_ARRAY) {
+        return true; // an entry without fields decodes as a bad one
+    }
+    for (std::size_t i = 0; i + 1 < list.count; i += 2) {
+        const CompactReply::Node& name = reply.element(list, i);
+        const CompactReply::Node& value = reply.element(list, i + 1);
+        fields.emplace_back(reply.isString(name) ? reply.text(name) : std::string_view{},
+                            reply.isString(value) ? reply.text(value) : std::string_view{});
+    }
+    return true;
+}
+
 FeedEvent linkEvent(FeedEventKind kind) {
     FeedEvent e;
     e.kind = kind;
@@ -46,6 +71,7 @@ void StreamFeed::start(StreamFeedOptions options, Sink sink) {
     m_options = std::move(options);
     m_sink = std::move(sink);
     m_positions.clear();
+    m_moved.clear();
     for (const unsigned char service : m_options.services) {
         StreamPosition p{service, "0-0", 0};
         if (const auto it = m_options.positions.find(service); it != m_options.positions.end()) {
@@ -75,6 +101,9 @@ void StreamFeed::setError(const std::string& error) {
 }
 
 void StreamFeed::run() {
+#ifdef __linux__
+    pthread_setname_np(pthread_self(), "news-feed");
+#endif
     RedisConnection connection;
     bool up = m_options.startConnected;
     std::chrono::milliseconds retry = m_options.firstRetry;
@@ -140,14 +169,25 @@ void StreamFeed::run() {
     }
 }
 
-void StreamFeed::mark(unsigned char service, std::vector<FeedEvent>& out) const {
-    const StreamPosition& p = m_positions.at(service);
-    FeedEvent e;
-    e.kind = FeedEventKind::StreamMark;
-    e.service = service;
-    e.streamId = p.entryId;
-    e.entryNo = p.entryNo;
-    out.push_back(std::move(e));
+void StreamFeed::mark(unsigned char service) {
+    if (std::find(m_moved.begin(), m_moved.end(), service) == m_moved.end()) {
+        m_moved.push_back(service);
+    }
+}
+
+void StreamFeed::appendMarks(std::vector<FeedEvent>& out) {
+    // One bookmark per stream, after everything the read brought: the store writes it in the
+    // transaction of the news before it, and only the newest one of a stream matters.
+    for (const unsigned char service : m_moved) {
+        const StreamPosition& p = m_positions.at(service);
+        FeedEvent e;
+        e.kind = FeedEventKind::StreamMark;
+        e.service = service;
+        e.streamId = p.entryId;
+        e.entryNo = p.entryNo;
+        out.push_back(std::move(e));
+    }
+    m_moved.clear();
 }
 
 long StreamFeed::readOnce(RedisConnection& connection, bool block) {
@@ -169,42 +209,43 @@ long StreamFeed::readOnce(RedisConnection& connection, bool block) {
     for (const unsigned char service : order) {
         args.push_back(m_positions[service].entryId);
     }
-    const RedisReply reply = connection.command(args);
-    if (!reply) {
+    if (!connection.command(args, m_reply)) {
         return -1;
     }
-    if (reply.isError()) {
-        setError("Redis refused to read the news streams: " + reply.text());
+    const CompactReply::Node& root = m_reply.root();
+    if (root.type == REDIS_REPLY_ERROR) {
+        setError("Redis refused to read the news streams: " + std::string(m_reply.text(root)));
         // A refusal (a key of another type, say) will not heal by asking faster.
         m_thread.waitUntil(std::chrono::steady_clock::now() + m_options.lastRetry);
         return 0;
     }
-    if (reply.get()->type != REDIS_REPLY_ARRAY) {
+    if (root.type != REDIS_REPLY_ARRAY) {
         return 0; // nil: nothing new within the wait
     }
     long count = 0;
     std::vector<FeedEvent> out;
     Fields fields;
-    for (std::size_t s = 0; s < reply.get()->elements; ++s) {
-        const redisReply* streamReply = reply.get()->element[s];
-        if (streamReply->type != REDIS_REPLY_ARRAY || streamReply->elements < 2) {
+    for (std::size_t s = 0; s < root.count; ++s) {
+        const CompactReply::Node& streamReply = m_reply.element(root, s);
+        if (streamReply.type != REDIS_REPLY_ARRAY || streamReply.count < 2) {
             continue;
         }
-        const std::string_view key = stringOf(streamReply->element[0]);
+        const std::string_view key = m_reply.text(m_reply.element(streamReply, 0));
         const auto service =
             std::find_if(order.begin(), order.end(), [&](unsigned char id) { return stream::streamKey(id) == key; });
-        if (service == order.end()) {
+        const CompactReply::Node& entries = m_reply.element(streamReply, 1);
+        if (service == order.end() || entries.type != REDIS_REPLY_ARRAY) {
             continue;
         }
-        const redisReply* entries = streamReply->element[1];
-        for (std::size_t i = 0; i < entries->elements; ++i) {
+        for (std::size_t i = 0; i < entries.count; ++i) {
             std::string_view id;
-            if (entryOf(entries->element[i], id, fields)) {
+            if (entryOf(m_reply, m_reply.element(entries, i), id, fields)) {
                 take(connection, *service, id, fields, out, false);
                 ++count;
             }
         }
     }
+    appendMarks(out);
     if (!out.empty()) {
         if (!block && m_options.settle) {
             m_options.settle(); // catching up: the next part waits for the one before
@@ -230,7 +271,7 @@ void StreamFeed::take(RedisConnection& connection, unsigned char service, std::s
                             " skipped: " + (entry ? "it names another service" : error);
         if (!rereading) {
             p.entryId = std::string(id);
-            mark(service, out);
+            mark(service);
         }
         return;
     }
@@ -263,7 +304,7 @@ void StreamFeed::take(RedisConnection& connection, unsigned char service, std::s
         p.entryId = std::string(id);
     }
     p.entryNo = entry->entryNo;
-    mark(service, out);
+    mark(service);
     std::lock_guard lock(m_mutex);
     ++m_stats.entries;
 }

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "embedded_backend/compact_reply.h"
 #include "embedded_backend/feed_event.h"
 #include "embedded_backend/feed_thread.h"
 #include "embedded_backend/news_records.h"
@@ -34,8 +35,9 @@ struct StreamFeedOptions {
 };
 
 // The back end's reader of the distribution: reads every service's stream after the last entry
-// it stored, on its own thread, and hands the events to the ingest with a bookmark after each,
-// so the store records how far it read in the same transaction as the news.
+// it stored, on its own thread, and hands the events of each read to the ingest followed by one
+// bookmark per stream it moved, so the store records how far it read in the same transaction as
+// the news.
 // - While it cannot reach the server the views are disconnected; on connecting it first reads
 //   everything it missed, then reconnects the views: the missed news arrives as one recovery.
 // - Each entry carries its stream's entry number: a number already seen is dropped (a publisher
@@ -77,12 +79,16 @@ private:
     void reread(RedisConnection& connection, unsigned char service, std::string_view upTo, std::vector<FeedEvent>& out);
     // Finds streams behind their positions and moves the positions back; false on failure.
     bool checkRollback(RedisConnection& connection);
-    void mark(unsigned char service, std::vector<FeedEvent>& out) const;
+    // Notes that a stream's position moved; appendMarks hands on one bookmark per moved stream.
+    void mark(unsigned char service);
+    void appendMarks(std::vector<FeedEvent>& out);
     void setError(const std::string& error);
 
     StreamFeedOptions m_options;
     Sink m_sink;
     std::map<unsigned char, StreamPosition> m_positions; // feed thread only
+    CompactReply m_reply;                                // feed thread only: the last read, reused
+    std::vector<unsigned char> m_moved;                  // feed thread only: streams read since the last bookmarks
     mutable std::mutex m_mutex;
     Stats m_stats;
     FeedThread m_thread;

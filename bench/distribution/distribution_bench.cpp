@@ -9,37 +9,16 @@
 // and, apart, the server's memory per million headlines (INFO memory, stories included).
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
-#include <deque>
-#include <filesystem>
 #include <future>
-#include <map>
 #include <mutex>
-#include <optional>
 #include <shared_mutex>
-#include <thread>
 #include <unordered_map>
-#include <unordered_set>
 
-#include <benchmark/benchmark.h>
-
-#include "embedded_backend/catalog.h"
-#include "embedded_backend/embedded_backend.h"
-#include "embedded_backend/news_generator.h"
-#include "embedded_backend/stream_publisher.h"
-#include "host/backend/news_receiver.h"
-#include "host/backend/subscriptions.h"
-#include "host/backend/ui_dispatcher.h"
-#include "tests/distribution/redis_server.h"
+#include "bench/distribution/terminal_harness.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-std::int64_t wallMicros() {
-    return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch())
-        .count();
-}
+using namespace distribution_bench;
 
 // When each headline was appended, by service and number (the publisher writes, views read).
 class SendTimes {
@@ -61,149 +40,6 @@ private:
     std::unordered_map<std::int64_t, std::int64_t> m_times;
 };
 
-// A UI thread: runs what the back end posts, as soon as it is posted.
-class UiThread final : public UiDispatcher {
-public:
-    UiThread() : m_thread([this] { run(); }) {}
-    ~UiThread() override {
-        {
-            std::lock_guard lock(m_mutex);
-            m_stop = true;
-        }
-        m_wake.notify_all();
-        m_thread.join();
-    }
-    void post(std::function<void()> work) override {
-        {
-            std::lock_guard lock(m_mutex);
-            m_work.push_back(std::move(work));
-        }
-        m_wake.notify_one();
-    }
-
-private:
-    void run() {
-        std::unique_lock lock(m_mutex);
-        while (true) {
-            m_wake.wait(lock, [this] { return m_stop || !m_work.empty(); });
-            if (m_work.empty()) {
-                return;
-            }
-            std::function<void()> work = std::move(m_work.front());
-            m_work.pop_front();
-            lock.unlock();
-            work();
-            lock.lock();
-        }
-    }
-
-    std::mutex m_mutex;
-    std::condition_variable m_wake;
-    std::deque<std::function<void()>> m_work;
-    bool m_stop = false;
-    std::thread m_thread;
-};
-
-class DelayView final : public NewsReceiver {
-public:
-    explicit DelayView(const SendTimes& sent) : m_sent(sent) {}
-    void RecvNewHeadLine(const CHeadline* h, const CString&, const CString&) override {
-        // A corrected headline comes again with the same service and number, seconds later:
-        // measured against the first one's time it would count its age as delay. Only the
-        // first push of each number is measured.
-        if (!m_seen.insert((std::int64_t{h->m_byService} << 32) | h->m_iSeqNo).second) {
-            return;
-        }
-        const std::int64_t at = m_sent.get(h->m_byService, h->m_iSeqNo);
-        if (at != 0) {
-            delays.push_back(wallMicros() - at);
-        }
-    }
-    std::vector<std::int64_t> delays; // UI thread
-private:
-    const SendTimes& m_sent;
-    std::unordered_set<std::int64_t> m_seen;
-};
-
-struct Consumer {
-    std::filesystem::path folder;
-    UiThread ui;
-    NewsSubscriptions subscriptions;
-    std::unique_ptr<DelayView> view;
-    std::unique_ptr<embedded::EmbeddedBackend> backend;
-};
-
-// Starts a redis-server of the run's own; a server that does not start skips the benchmark.
-bool startServer(benchmark::State& state, distribution::test::RedisServer& server) {
-    std::string error;
-    if (!server.start(error)) {
-        state.SkipWithError(error.c_str());
-        return false;
-    }
-    return true;
-}
-
-// Publishes generated news at `rate` events a second for `seconds`, a batch every 2 ms;
-// `beforeSend(batch, elapsedSeconds)` sees each batch just before it goes out. Returns the
-// seconds publishing took, or nothing after handing the publisher's error to the benchmark.
-template <class BeforeSend>
-std::optional<double> publishAtRate(benchmark::State& state, embedded::StreamPublisher& publisher,
-                                    embedded::NewsGenerator& generator, double rate, double seconds,
-                                    BeforeSend beforeSend) {
-    std::string error;
-    const auto begin = Clock::now();
-    std::uint64_t made = 0;
-    std::int64_t source = 0;
-    while (true) {
-        const double elapsed = std::chrono::duration<double>(Clock::now() - begin).count();
-        if (elapsed >= seconds) {
-            break;
-        }
-        const auto due = static_cast<std::uint64_t>(elapsed * rate);
-        std::vector<embedded::FeedEvent> batch;
-        while (made < due) {
-            batch.push_back(generator.next());
-            ++made;
-        }
-        if (!batch.empty()) {
-            beforeSend(batch, elapsed);
-            if (!publisher.publish(batch, source, error)) {
-                state.SkipWithError(error.c_str());
-                return std::nullopt;
-            }
-            source += static_cast<std::int64_t>(batch.size());
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return std::chrono::duration<double>(Clock::now() - begin).count();
-}
-
-// Waits until every reader has read `published` entries (`readBy(i)` for reader i), at most
-// `limit` in all; returns the milliseconds it took.
-template <class ReadBy>
-double waitForCatchUp(std::size_t readers, ReadBy readBy, std::uint64_t published, std::chrono::seconds limit) {
-    const auto stopped = Clock::now();
-    for (std::size_t i = 0; i < readers; ++i) {
-        while (readBy(i) < published && Clock::now() - stopped < limit) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-    }
-    return std::chrono::duration<double, std::milli>(Clock::now() - stopped).count();
-}
-
-// p50_ms and p99_ms of the delays (microseconds), which it sorts.
-void reportDelays(benchmark::State& state, std::vector<std::int64_t>& delays) {
-    std::sort(delays.begin(), delays.end());
-    const auto percentile = [&](double q) {
-        return delays.empty() ? 0.0
-                              : static_cast<double>(
-                                    delays[std::min(delays.size() - 1, static_cast<std::size_t>(q * delays.size()))]) /
-                                    1000.0;
-    };
-    state.counters["p50_ms"] = percentile(0.50);
-    state.counters["p99_ms"] = percentile(0.99);
-}
-
 void BM_DistributionToManyTerminals(benchmark::State& state) {
     const auto consumers = static_cast<std::size_t>(state.range(0));
     const auto rate = static_cast<double>(state.range(1));
@@ -220,26 +56,9 @@ void BM_DistributionToManyTerminals(benchmark::State& state) {
         catalog.loadBuiltIn();
         std::vector<std::unique_ptr<Consumer>> terminals;
         for (std::size_t i = 0; i < consumers; ++i) {
-            auto c = std::make_unique<Consumer>();
-            c->folder = server.folder() / ("terminal-" + std::to_string(i));
-            c->view = std::make_unique<DelayView>(sent);
-            std::vector<CSymbolInfo> all;
-            for (const unsigned char s : catalog.serviceIds()) {
-                all.push_back(CSymbolInfo{s, {}, {}});
-            }
-            c->subscriptions.change(c->view.get(), all, {});
-            embedded::EmbeddedBackendOptions o;
-            o.dataFolder = c->folder.string();
-            o.dispatcher = &c->ui;
-            o.subscriptions = &c->subscriptions;
-            o.startConnected = false;
-            o.storeNiceIncrement = storeNice;
-            c->backend = std::make_unique<embedded::EmbeddedBackend>(o);
-            c->backend->open();
-            embedded::StreamFeedOptions feed;
-            feed.address = server.address();
-            c->backend->startStreamFeed(feed);
-            terminals.push_back(std::move(c));
+            terminals.push_back(
+                startConsumer(server.folder() / ("terminal-" + std::to_string(i)), server.address(), catalog, storeNice,
+                              [&sent](unsigned char service, std::int32_t seq) { return sent.get(service, seq); }));
         }
         for (const auto& c : terminals) {
             while (!c->backend->streamFeedStats().connected) {
@@ -409,8 +228,11 @@ void BM_RedisMemoryPerMillionHeadlines(benchmark::State& state) {
 } // namespace
 
 // Arguments: terminals, events per second, nice steps of each store's writer thread (19: the
-// lowest priority, what a machine running many back ends sets; 5: the back end's default).
+// lowest nice priority; 20: the idle scheduling class, what a machine running many back ends
+// sets; 5: the back end's default).
 BENCHMARK(BM_DistributionToManyTerminals)
+    ->Args({20, 10000, 20})
+    ->Args({20, 5000, 20})
     ->Args({20, 10000, 19})
     ->Args({20, 5000, 19})
     ->Args({20, 10000, 5})
