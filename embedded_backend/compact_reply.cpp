@@ -70,9 +70,13 @@ bool CompactReply::isString(const Node& node) const {
 }
 
 redisReplyObjectFunctions* CompactReply::functions() {
-    static redisReplyObjectFunctions f{&CompactReplyBuilder::createString, &CompactReplyBuilder::createArray,
-                                       &CompactReplyBuilder::createInteger, &CompactReplyBuilder::createNil,
-                                       &CompactReplyBuilder::freeObject};
+    // Named members: newer hiredis versions add functions for RESP3 types between these, which
+    // a stream read never carries.
+    static redisReplyObjectFunctions f{.createString = &CompactReplyBuilder::createString,
+                                       .createArray = &CompactReplyBuilder::createArray,
+                                       .createInteger = &CompactReplyBuilder::createInteger,
+                                       .createNil = &CompactReplyBuilder::createNil,
+                                       .freeObject = &CompactReplyBuilder::freeObject};
     return &f;
 }
 
