@@ -2,6 +2,9 @@
 // reply objects and into a CompactReply. Both must agree on whether the bytes hold a whole
 // reply, a partial one or a protocol error, and on every value of a whole one. The compact
 // form may refuse alone only for a count beyond its limit (reported as out of memory).
+// hiredis's own objects allocate an array's slots as soon as its count is read, so the
+// reference parse refuses counts past the same limit; otherwise a count of billions in a few
+// bytes of input would exhaust the fuzzer's memory in the reference, not in the code tested.
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -12,6 +15,31 @@
 #include "fuzz/fuzz_support.h"
 
 namespace {
+
+const redisReplyObjectFunctions* plainFunctions = nullptr;
+std::size_t referenceSlots = 0;
+
+void* createBoundedArray(const redisReadTask* task, int elements) {
+    if (elements < 0 || referenceSlots + static_cast<std::size_t>(elements) > embedded::CompactReply::kMaxValues) {
+        return nullptr;
+    }
+    referenceSlots += static_cast<std::size_t>(elements);
+    return plainFunctions->createArray(task, elements);
+}
+
+// A reader with hiredis's own reply objects whose arrays are bounded like the compact form's.
+redisReader* createReferenceReader() {
+    static redisReplyObjectFunctions bounded{};
+    redisReader* reader = redisReaderCreate();
+    if (plainFunctions == nullptr) {
+        plainFunctions = reader->fn;
+        bounded = *plainFunctions;
+        bounded.createArray = &createBoundedArray;
+    }
+    reader->fn = &bounded;
+    referenceSlots = 0;
+    return reader;
+}
 
 bool same(const redisReply* r, const embedded::CompactReply& compact, const embedded::CompactReply::Node& n) {
     if (r->type != n.type) {
@@ -45,7 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::string error;
     const int got = embedded::parseCompactReply(input, compact, error);
 
-    redisReader* reader = redisReaderCreate();
+    redisReader* reader = createReferenceReader();
     void* reply = nullptr;
     const bool ok = redisReaderFeed(reader, input.data(), input.size()) == REDIS_OK &&
                     redisReaderGetReply(reader, &reply) == REDIS_OK;
