@@ -6,6 +6,8 @@
 
 namespace embedded {
 
+static_assert(CompactReply::kArrayType == REDIS_REPLY_ARRAY && CompactReply::kNilType == REDIS_REPLY_NIL);
+
 // hiredis hands each value it parses to these functions with the value's task: its type,
 // its parent's value and its index in the parent. A value is passed around as its node index
 // plus one (never null, which hiredis takes for an allocation failure); returning null for a

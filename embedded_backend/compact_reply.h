@@ -29,12 +29,18 @@ public:
     // The most values one reply may hold; a reply announcing more is refused as a protocol
     // error instead of reserving memory for a count the server never sends.
     static constexpr std::size_t kMaxValues = std::size_t{1} << 24;
+    // hiredis's REDIS_REPLY_ARRAY and REDIS_REPLY_NIL, checked against its header where it is used.
+    static constexpr int kArrayType = 2;
+    static constexpr int kNilType = 4;
 
     void clear();
     bool empty() const { return m_nodes.empty(); }
     const Node& root() const { return m_nodes.front(); }
-    // The i-th element of an array node (i < node.count).
-    const Node& element(const Node& array, std::size_t i) const { return m_nodes[m_slots[array.first + i]]; }
+    // The i-th element of an array node; a nil value past its end or of a node that is no
+    // array, so a reader of a malformed reply can never index past the storage.
+    const Node& element(const Node& array, std::size_t i) const {
+        return array.type == kArrayType && i < array.count ? m_nodes[m_slots[array.first + i]] : kNil;
+    }
     std::string_view text(const Node& node) const { return {m_text.data() + node.first, node.count}; }
     bool isString(const Node& node) const;
 
@@ -47,6 +53,7 @@ private:
     std::vector<Node> m_nodes;
     std::vector<std::uint32_t> m_slots; // arrays' children, by node index
     std::string m_text;
+    static constexpr Node kNil{kNilType, 0, 0, 0};
 };
 
 // Parses one reply from raw protocol bytes with hiredis's parser into `reply`. Returns 1 for a

@@ -92,6 +92,13 @@ TEST(CompactReply, CutOffMalformedAndOversizedBytesHaveADefinedOutcome) {
         EXPECT_FALSE(error.empty()) << bytes;
         EXPECT_TRUE(compact.empty());
     }
+    // Reading past an array's end, or into a value that is no array, gives nil.
+    ASSERT_EQ(embedded::parseCompactReply(whole, compact, error), 1);
+    const CompactReply::Node& root = compact.root();
+    EXPECT_EQ(compact.text(compact.element(root, 0)), "news:16");
+    EXPECT_EQ(compact.element(root, 2).type, REDIS_REPLY_NIL);
+    EXPECT_EQ(compact.element(compact.element(root, 1), 1).type, REDIS_REPLY_NIL);
+    EXPECT_EQ(compact.element(compact.element(root, 0), 0).type, REDIS_REPLY_NIL);
     // A count far beyond any read is refused at once, without reserving room for it.
     for (const std::string bytes : {"*2000000000\r\n", "*1\r\n*16777216\r\n"}) {
         error.clear();
