@@ -1,35 +1,62 @@
 #include "tests/distribution/redis_server.h"
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <thread>
 
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-extern char** environ;
 
 namespace distribution::test {
 
 bool ChildProcess::start(const std::vector<std::string>& argv, const std::filesystem::path& logPath) {
     kill();
+    if (argv.empty()) {
+        return false;
+    }
     std::vector<char*> args;
     for (const std::string& a : argv) {
         args.push_back(const_cast<char*>(a.c_str()));
     }
     args.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, logPath.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
-    posix_spawn_file_actions_adddup2(&actions, 1, 2);
-    const int rc = posix_spawnp(&m_pid, args[0], &actions, nullptr, args.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (rc != 0) {
+    const int log = ::open(logPath.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    if (log < 0) {
+        return false;
+    }
+    // The child reports a failed exec through a pipe that a successful one closes.
+    int report[2];
+    if (::pipe2(report, O_CLOEXEC) != 0) {
+        ::close(log);
+        return false;
+    }
+    const pid_t parent = ::getpid();
+    m_pid = ::fork();
+    if (m_pid == 0) {
+        // The child dies with the test process, so a test killed at its time limit leaves no
+        // server or publisher running (and using the machine) behind it.
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (::getppid() == parent && ::dup2(log, 1) >= 0 && ::dup2(log, 2) >= 0) {
+            ::execvp(args[0], args.data());
+        }
+        const int error = errno;
+        [[maybe_unused]] const ssize_t written = ::write(report[1], &error, sizeof error);
+        ::_exit(127);
+    }
+    ::close(log);
+    ::close(report[1]);
+    int error = 0;
+    const bool failed = m_pid < 0 || ::read(report[0], &error, sizeof error) > 0;
+    ::close(report[0]);
+    if (failed) {
+        if (m_pid > 0) {
+            ::waitpid(m_pid, nullptr, 0);
+        }
         m_pid = -1;
         return false;
     }
