@@ -21,6 +21,7 @@ bool ChildProcess::start(const std::vector<std::string>& argv, const std::filesy
         return false;
     }
     std::vector<char*> args;
+    args.reserve(argv.size() + 1);
     for (const std::string& a : argv) {
         args.push_back(const_cast<char*>(a.c_str()));
     }
