@@ -30,13 +30,15 @@ struct Entry {
 
 using Field = std::pair<std::string, std::string>;
 
-// The fields of an entry in a fixed order. Events the distribution does not carry (link
-// changes, bookmarks) give an empty list.
+// The fields of an entry: its entry number "n" and "e", the packed list of all its other fields
+// (one value instead of a dozen keeps both the server's and every reader's work per entry
+// small). Events the distribution does not carry (link changes, bookmarks) give an empty list.
 std::vector<Field> encode(const Entry& entry);
 
-// The entry that a stream's fields hold; nullopt with error set when a field is missing, out
-// of range or not a number, or the kind is unknown. Unknown fields are ignored so a newer
-// publisher can add some; a repeated field is an error.
+// The entry that a stream's fields hold, packed in "e" or one by one (both may mix); nullopt
+// with error set when a field is missing, out of range or not a number, the kind is unknown or
+// "e" is not a packed list. Unknown fields are ignored so a newer publisher can add some; a
+// repeated field is an error.
 std::optional<Entry> decode(const std::vector<std::pair<std::string_view, std::string_view>>& fields,
                             std::string& error);
 

@@ -1,6 +1,7 @@
 // One entry of a news stream as a reader gets it from the server: field names and values,
-// here separated by NUL bytes (name, value, name, value...). An entry that decodes encodes to
-// fields that decode to the same entry; one that does not says why.
+// here separated by NUL bytes (name, value, name, value...), the value of "e" a packed list of
+// further fields. An entry that decodes encodes to fields that decode to the same entry; one
+// that does not says why.
 #include <cstdint>
 #include <string>
 #include <vector>

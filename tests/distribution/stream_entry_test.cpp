@@ -1,5 +1,7 @@
 // The entry format of the distribution: every event kind survives the trip through a stream,
 // and entries from outside (another publisher, a hand-edited stream) are checked field by field.
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "embedded_backend/stream_entry.h"
@@ -160,6 +162,53 @@ TEST(StreamEntry, MalformedEntriesAreRefusedWithAReason) {
     Fields extra = good;
     extra.emplace_back("priority", "high");
     EXPECT_TRUE(decode(extra, error)) << error;
+}
+
+TEST(StreamEntry, AnEntryTravelsAsItsNumberAndOnePackedValue) {
+    Entry headline;
+    headline.entryNo = 42;
+    headline.event.kind = FeedEventKind::Headline;
+    headline.event.service = 16;
+    headline.event.seq = 3;
+    headline.event.time = 100;
+    headline.event.title = std::string("a:b\0c", 5); // a colon and a NUL byte inside a value
+    const std::vector<Field> fields = encode(headline);
+    ASSERT_EQ(fields.size(), 2U);
+    EXPECT_EQ(fields[0], Field("n", "42"));
+    EXPECT_EQ(fields[1].first, "e");
+    EXPECT_EQ(fields[1].second, std::string("k8:headlines2:16t3:100q1:3c1:0h5:a:b\0c", 38));
+
+    // Packed and single fields mix; whatever is in neither is missing, twice is an error.
+    std::string error;
+    const std::optional<Entry> mixed = decode(
+        Fields{{"e", "k8:headlinet3:100q1:3c1:0"}, {"n", "42"}, {"s", "16"}, {"h", std::string_view("a:b\0c", 5)}},
+        error);
+    ASSERT_TRUE(mixed) << error;
+    EXPECT_EQ(mixed->event, headline.event);
+
+    // Whole entries whose packing alone is wrong.
+    const std::string whole = "k8:headlines1:1t1:1q1:1c1:1h1:T";
+    const std::string notPacked = "field \"e\" is not a list of packed fields";
+    const std::vector<std::tuple<const char*, std::string, std::string>> cases{
+        {"a length past the end", "h9:T", notPacked},
+        {"no colon after the length", "x8y", notPacked},
+        {"a name without a length", "x:y", notPacked},
+        {"a length without a name", "1:y", notPacked},
+        {"a name that is no lower-case word", "X1:y", notPacked},
+        {"a length past 64 bits", "x99999999999999999999:y", notPacked},
+        {"a packed field also given alone", "n1:1", "field \"n\" appears twice"},
+    };
+    for (const auto& [name, tail, why] : cases) {
+        const std::string value = whole + tail;
+        EXPECT_FALSE(decode(Fields{{"n", "1"}, {"e", value}}, error)) << name;
+        EXPECT_EQ(error, why) << name;
+    }
+    ASSERT_TRUE(decode(Fields{{"n", "1"}, {"e", whole}}, error)) << error;
+    EXPECT_FALSE(decode(Fields{{"n", "1"}, {"e", "k8:headline"}, {"e", "s1:1"}}, error));
+    EXPECT_EQ(error, "field \"e\" appears twice");
+    // An empty packed value holds no fields: the entry lacks its kind.
+    EXPECT_FALSE(decode(Fields{{"n", "1"}, {"e", ""}}, error));
+    EXPECT_EQ(error, "field \"k\" is missing");
 }
 
 TEST(StreamEntry, EntryIdsOrderNumericallyNotAsText) {
