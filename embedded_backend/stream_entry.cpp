@@ -1,6 +1,7 @@
 #include "embedded_backend/stream_entry.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <limits>
 
@@ -79,25 +80,61 @@ bool parseNumber(std::string_view text, std::int64_t low, std::int64_t high, std
     return true;
 }
 
+// The field names a reader knows. A name of one or two lower-case letters maps straight to its
+// slot, so an entry's fields are sorted into slots in one pass rather than searched by name.
+constexpr std::array<std::string_view, 19> kKnownFields{"n", "p", "k",  "s",  "t",  "q",  "c",  "cn", "h", "y",
+                                                        "b", "d", "qc", "qn", "qr", "ql", "qb", "qa", "qv"};
+
+constexpr int letterCode(std::string_view name) {
+    const auto letter = [](char c) { return c >= 'a' && c <= 'z' ? c - 'a' : -1; };
+    if (name.empty() || name.size() > 2 || letter(name[0]) < 0) {
+        return -1;
+    }
+    if (name.size() == 1) {
+        return letter(name[0]);
+    }
+    return letter(name[1]) < 0 ? -1 : 26 + letter(name[0]) * 26 + letter(name[1]);
+}
+
+constexpr std::array<std::int8_t, 26 + 26 * 26> kSlotOfCode = [] {
+    std::array<std::int8_t, 26 + 26 * 26> slots{};
+    slots.fill(-1);
+    for (std::size_t i = 0; i < kKnownFields.size(); ++i) {
+        slots[static_cast<std::size_t>(letterCode(kKnownFields[i]))] = static_cast<std::int8_t>(i);
+    }
+    return slots;
+}();
+
+// The slot of a known field name; -1 for any other name.
+int slotOf(std::string_view name) {
+    const int code = letterCode(name);
+    return code < 0 ? -1 : kSlotOfCode[static_cast<std::size_t>(code)];
+}
+
 class FieldReader {
 public:
     FieldReader(const std::vector<std::pair<std::string_view, std::string_view>>& fields, std::string& error)
-        : m_fields(fields), m_error(error) {}
+        : m_error(error) {
+        for (const auto& [key, value] : fields) {
+            const int slot = slotOf(key);
+            if (slot >= 0 && m_count[static_cast<std::size_t>(slot)]++ == 0) {
+                m_value[static_cast<std::size_t>(slot)] = value;
+            }
+        }
+    }
 
     // The value of a field; nullopt when absent (or repeated, which sets the error).
     std::optional<std::string_view> text(std::string_view name) {
-        std::optional<std::string_view> found;
-        for (const auto& [key, value] : m_fields) {
-            if (key != name) {
-                continue;
-            }
-            if (found) {
-                fail("field \"" + std::string(name) + "\" appears twice");
-                return std::nullopt;
-            }
-            found = value;
+        const int known = slotOf(name);
+        if (known < 0) {
+            return std::nullopt;
         }
-        return found;
+        const auto slot = static_cast<std::size_t>(known);
+        if (m_count[slot] > 1) {
+            fail("field \"" + std::string(name) + "\" appears twice");
+            return std::nullopt;
+        }
+        return m_count[slot] == 0 ? std::nullopt : std::optional<std::string_view>(m_value[slot]);
     }
     bool number(std::string_view name, std::int64_t low, std::int64_t high, std::int64_t& out, bool required) {
         const std::optional<std::string_view> value = text(name);
@@ -122,7 +159,8 @@ public:
     }
 
 private:
-    const std::vector<std::pair<std::string_view, std::string_view>>& m_fields;
+    std::array<std::string_view, kKnownFields.size()> m_value{};
+    std::array<std::size_t, kKnownFields.size()> m_count{};
     std::string& m_error;
 };
 
