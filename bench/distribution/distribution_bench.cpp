@@ -6,6 +6,7 @@
 //   catchup_ms                from then until every terminal had read everything
 //   stored_ms                 from then until every terminal's store had written everything
 //   rate                      events per second the publisher achieved
+//   aof_delayed_fsync         (terminal processes) times the server held writes back behind a slow fsync
 // and, apart, the server's memory per million headlines (INFO memory, stories included).
 #include <algorithm>
 #include <atomic>
@@ -190,14 +191,7 @@ void BM_RedisMemoryPerMillionHeadlines(benchmark::State& state) {
         if (!startServer(state, server)) {
             return;
         }
-        embedded::RedisConnection admin;
-        admin.connect(server.address(), std::chrono::seconds(5), error);
-        const auto usedMemory = [&] {
-            const embedded::RedisReply info = admin.command({"INFO", "memory"});
-            const std::string text = info.text();
-            const std::size_t at = text.find("used_memory:");
-            return at == std::string::npos ? 0.0 : std::stod(text.substr(at + 12));
-        };
+        const auto usedMemory = [&] { return serverInfo(server, "memory", "used_memory"); };
         const double before = usedMemory();
         embedded::PublisherOptions p;
         p.address = server.address();

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <cstdlib>
 #include <deque>
 #include <filesystem>
 #include <functional>
@@ -13,6 +14,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <thread>
 #include <unordered_set>
 #include <vector>
@@ -153,6 +155,19 @@ inline bool startServer(benchmark::State& state, distribution::test::RedisServer
         return false;
     }
     return true;
+}
+
+// A number of the server's INFO (section, field); 0 when it cannot be read.
+inline double serverInfo(const distribution::test::RedisServer& server, const std::string& section,
+                         const std::string& field) {
+    embedded::RedisConnection admin;
+    std::string error;
+    if (!admin.connect(server.address(), std::chrono::seconds(5), error)) {
+        return 0;
+    }
+    const std::string text = admin.command({"INFO", section}).text();
+    const std::size_t at = text.find(field + ":");
+    return at == std::string::npos ? 0.0 : std::strtod(text.c_str() + at + field.size() + 1, nullptr);
 }
 
 // Publishes generated news at `rate` events a second for `seconds`, a batch every 2 ms;
