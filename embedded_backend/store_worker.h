@@ -46,6 +46,10 @@ public:
         // only CPU time that no ordinary thread wants, so on a saturated machine it may wait
         // indefinitely, and so do searches and reads queued behind its writes.
         bool idle = false;
+        // Bytes the thread's allocator arena grows by at once when the thread starts (glibc),
+        // so that the writer seldom grows it page by page later, changing the process's address
+        // space each time. Kept only while the allocator's trim threshold is above it.
+        std::size_t reservedHeap = 0;
     };
 
     StoreWorker();
@@ -79,13 +83,19 @@ private:
 
     void push(Item item);
     // Everything queued so far, oldest first; empty when nothing is.
-    std::vector<Item> takeQueued();
+    std::vector<Node*> takeQueued();
+    // Hands a node the worker is done with back to the queueing side, which frees it (and drops
+    // its batch) on its next push. The worker then never frees memory a queueing thread
+    // allocated, which would take that thread's allocator lock: put aside while holding it, the
+    // worker would stall the feed.
+    void retire(Node* node);
+    void freeSpent();
     // Sleeps until work is queued, stop() is called or `until` passes (when set).
     void sleep(const std::chrono::steady_clock::time_point* until);
     void run();
     // Applies the consecutive write batches from `index` on, inside the open transaction
     // (begun when none is).
-    void writeAll(std::vector<Item>& items, std::size_t& index);
+    void writeAll(std::vector<Node*>& nodes, std::size_t& index);
     // Commits the open transaction (rolls back a damaged one).
     void commitOpen();
     void reportFailures();
@@ -93,6 +103,7 @@ private:
     Options m_options;
     NewsStore m_store;
     std::atomic<Node*> m_queued{nullptr}; // newest first
+    std::atomic<Node*> m_spent{nullptr};  // done by the worker, not yet freed
     std::atomic<bool> m_sleeping{false};
     std::atomic<bool> m_stopping{false};
     mutable std::mutex m_mutex; // guards the wake-up, the handler and the error figures

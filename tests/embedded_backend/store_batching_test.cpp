@@ -3,6 +3,10 @@
 // tables, the same full-text indexes (term by term) and the same search answers.
 #include <thread>
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
@@ -337,6 +341,53 @@ TEST_F(StoreBatchingTest, BatchesQueuedFromManyThreadsKeepEachThreadsOrder) {
     EXPECT_EQ(rowsOf(db, "SELECT count(*) FROM headline"), std::vector<std::string>{"1200|"});
     sqlite3_close(db);
 }
+
+// The writer runs at a low priority and may be put aside at any moment, so it never frees what
+// a queueing thread allocated (that would take the queueing thread's allocator lock): a written
+// batch is freed by the next thread that queues something. A task's captures still end on the
+// writer as soon as the task has run.
+TEST_F(StoreBatchingTest, TheWriterLeavesFreeingABatchToTheNextThreadThatQueues) {
+    StoreWorker::Options o;
+    o.niceIncrement = 0;
+    StoreWorker worker(o);
+    worker.start();
+    const std::string path = file("news.db").string();
+    worker.post([&](NewsStore& store) { ASSERT_TRUE(store.open(path, OpenMode::KeepExisting, morning()).ok()); });
+    std::atomic<std::thread::id> batchFreedOn;
+    std::atomic<std::thread::id> captureFreedOn;
+    auto* raw = new NewsBatch();
+    raw->changes.emplace_back(headlineRecordOf(headlineEvent(16, 1, morning(), "外資買超"), 20240305));
+    worker.write(std::shared_ptr<const NewsBatch>(raw, [&](const NewsBatch* b) {
+        batchFreedOn = std::this_thread::get_id();
+        delete b;
+    }));
+    std::shared_ptr<int> capture(new int(0), [&](const int* p) {
+        captureFreedOn = std::this_thread::get_id();
+        delete p;
+    });
+    worker.post([capture](NewsStore&) {});
+    capture.reset();
+    worker.flush();
+    EXPECT_NE(captureFreedOn.load(), std::thread::id());
+    EXPECT_NE(captureFreedOn.load(), std::this_thread::get_id());
+    worker.post([](NewsStore&) {});
+    EXPECT_EQ(batchFreedOn.load(), std::this_thread::get_id());
+}
+
+#if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__)
+// The writer grows its allocator arena once when it starts rather than page by page later.
+TEST(StoreWorkerArena, TheWriterReservesItsArenaWhenItStarts) {
+    mallopt(M_TRIM_THRESHOLD, 64 << 20); // as the back end sets it, so the arena keeps it
+    const std::size_t before = mallinfo2().arena;
+    StoreWorker::Options o;
+    o.niceIncrement = 0;
+    o.reservedHeap = std::size_t{32} << 20;
+    StoreWorker worker(o);
+    worker.start();
+    worker.flush();
+    EXPECT_GE(mallinfo2().arena, before + (std::size_t{30} << 20));
+}
+#endif
 
 } // namespace
 } // namespace embedded::test
