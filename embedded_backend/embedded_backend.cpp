@@ -54,10 +54,10 @@ void postToUi(UiDispatcher* dispatcher, const std::weak_ptr<UiState>& ui, std::f
 // allocator of short-lived blocks in every host that runs it.
 // Two more settings keep one thread from stalling another:
 // - glibc shares its arenas (each with its own lock) between threads once it has made eight
-//   per core. The store's writer runs at a low priority and frees what the feed allocated; a
-//   writer put aside while holding an arena lock stalled the feed sharing that arena (with 20
-//   back ends in a process, 1.4 s of lock waits per second of feed). Enough arenas give each
-//   thread its own.
+//   per core. The store's writer runs at a low priority; a writer put aside while holding an
+//   arena lock stalled the feed sharing that arena (with 20 back ends in a process, 1.4 s of
+//   lock waits per second of feed). Enough arenas give each thread its own (and the writer
+//   frees nothing from another thread's arena).
 // - Freed memory at the top of an arena goes back to the system past a threshold, and comes
 //   back page by page, each time changing the process's address space under a lock that every
 //   thread's page faults take. A fixed, larger threshold keeps what a steady feed reuses (and

@@ -26,7 +26,9 @@ namespace embedded {
 // The thread runs at a lower CPU priority than the feeds and the UI: on a busy machine the
 // store falls behind (its queue grows) rather than the views. So that a feed never waits for
 // it, queueing takes no lock the worker may hold while the scheduler has put it aside: work
-// is pushed onto a lock-free list, and the lock is taken only to wake a sleeping worker.
+// is pushed onto a lock-free list, and the lock is taken only to wake a sleeping worker. For
+// the same reason the worker frees no memory a queueing thread allocated, and it reserves its
+// own allocator arena when it starts.
 // Thread: every member but the store itself may be called from any thread. Ownership: the
 // worker owns the store and its thread. Re-entrancy: a task may queue more work; it must not
 // call flush() or stop().

@@ -7,6 +7,7 @@
 //   stored_ms                 from then until every terminal's store had written everything
 //   rate                      events per second the publisher achieved
 //   aof_delayed_fsync         (terminal processes) times the server held writes back behind a slow fsync
+//   forks / fork_ms           (terminal processes) the server's forks and how long the last one stopped it
 // and, apart, the server's memory per million headlines (INFO memory, stories included).
 #include <algorithm>
 #include <atomic>

@@ -243,6 +243,9 @@ void BM_DistributionToTerminalProcesses(benchmark::State& state) {
         // Times the server held its writes back behind a slow fsync of its append-only file
         // (the terminals' stores share its disk): each can hold every reader up to 2 s.
         state.counters["aof_delayed_fsync"] = serverInfo(server, "persistence", "aof_delayed_fsync");
+        // Forks (an append-only file rewritten in the background) stop the server meanwhile.
+        state.counters["forks"] = serverInfo(server, "stats", "total_forks");
+        state.counters["fork_ms"] = serverInfo(server, "stats", "latest_fork_usec") / 1000.0;
     }
 }
 
