@@ -108,7 +108,9 @@ constexpr std::array<std::int8_t, 26 + 26 * 26> kSlotOfCode = [] {
 // The slot of a known field name; -1 for any other name.
 int slotOf(std::string_view name) {
     const int code = letterCode(name);
-    return code < 0 ? -1 : kSlotOfCode[static_cast<std::size_t>(code)];
+    return code < 0 || static_cast<std::size_t>(code) >= kSlotOfCode.size()
+               ? -1
+               : kSlotOfCode[static_cast<std::size_t>(code)];
 }
 
 class FieldReader {

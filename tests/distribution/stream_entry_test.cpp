@@ -158,10 +158,18 @@ TEST(StreamEntry, MalformedEntriesAreRefusedWithAReason) {
         EXPECT_FALSE(why.empty()) << name;
     }
 
-    // A newer publisher may add fields: they are passed over.
-    Fields extra = good;
-    extra.emplace_back("priority", "high");
-    EXPECT_TRUE(decode(extra, error)) << error;
+    // A newer publisher may add fields: they are passed over, whatever letters they share
+    // with known ones.
+    const std::optional<Entry> plain = decode(good, error);
+    ASSERT_TRUE(plain);
+    std::vector<std::string> names{"priority", "hx", "cnx", "qcz", "nn", "zz", "z", "a", "H", "n1", ""};
+    for (const std::string& name : names) {
+        Fields extra = good;
+        extra.emplace_back(name, "junk");
+        const std::optional<Entry> back = decode(extra, error);
+        ASSERT_TRUE(back) << name << ": " << error;
+        EXPECT_EQ(back->event, plain->event) << name;
+    }
 }
 
 TEST(StreamEntry, AnEntryTravelsAsItsNumberAndOnePackedValue) {
