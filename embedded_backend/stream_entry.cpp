@@ -108,10 +108,10 @@ constexpr std::array<std::int8_t, 26 + 26 * 26> kSlotOfCode = [] {
 // The slot of a known field name; -1 for any other name.
 int slotOf(std::string_view name) {
     const int code = letterCode(name);
-    return code < 0 || static_cast<std::size_t>(code) >= kSlotOfCode.size()
-               ? -1
-               : kSlotOfCode[static_cast<std::size_t>(code)];
+    return code < 0 ? -1 : kSlotOfCode[static_cast<std::size_t>(code)];
 }
+static_assert(static_cast<std::size_t>(letterCode("zz")) + 1 == kSlotOfCode.size(),
+              "every name of one or two letters has its code");
 
 class FieldReader {
 public:
@@ -409,12 +409,7 @@ std::vector<Field> encode(const Entry& entry) {
     }
     // The entry number stays a field of its own (the publisher finds the newest number without
     // unpacking); everything else travels packed in "e".
-    std::size_t size = 0;
-    for (std::size_t i = 1; i < fields.size(); ++i) {
-        size += fields[i].first.size() + fields[i].second.size() + 12;
-    }
     std::string packed;
-    packed.reserve(size);
     for (std::size_t i = 1; i < fields.size(); ++i) {
         packInto(packed, fields[i].first, fields[i].second);
     }

@@ -28,14 +28,20 @@ std::optional<Entry> roundTrip(const Entry& entry) {
     return back;
 }
 
+// An entry of `kind` with its numbers and time; texts and the rest left empty.
+Entry entryOf(FeedEventKind kind, std::int64_t entryNo, unsigned char service, std::int32_t seq, std::int64_t time) {
+    Entry e;
+    e.entryNo = entryNo;
+    e.event.kind = kind;
+    e.event.service = service;
+    e.event.seq = seq;
+    e.event.time = time;
+    return e;
+}
+
 TEST(StreamEntry, EveryKindTheDistributionCarriesComesBackUnchanged) {
-    Entry headline;
-    headline.entryNo = 42;
+    Entry headline = entryOf(FeedEventKind::Headline, 42, 16, 0xFFFFF, 1700000000);
     headline.publishedMs = 1700000000123;
-    headline.event.kind = FeedEventKind::Headline;
-    headline.event.service = 16;
-    headline.event.seq = 0xFFFFF;
-    headline.event.time = 1700000000;
     headline.event.category = -3;
     headline.event.categoryName = cp950::fromUtf8("新類別");
     headline.event.title = cp950::fromUtf8("台積電(2330)法說會");
@@ -48,12 +54,7 @@ TEST(StreamEntry, EveryKindTheDistributionCarriesComesBackUnchanged) {
     resend.event.symbols.clear();
     resend.event.categoryName.clear();
 
-    Entry story;
-    story.entryNo = 1;
-    story.event.kind = FeedEventKind::Story;
-    story.event.service = 22;
-    story.event.seq = 7;
-    story.event.time = 1700000100;
+    Entry story = entryOf(FeedEventKind::Story, 1, 22, 7, 1700000100);
     story.event.day = 20240229;
     story.event.story = CString{}; // an empty late story is still a story
 
@@ -173,12 +174,7 @@ TEST(StreamEntry, MalformedEntriesAreRefusedWithAReason) {
 }
 
 TEST(StreamEntry, AnEntryTravelsAsItsNumberAndOnePackedValue) {
-    Entry headline;
-    headline.entryNo = 42;
-    headline.event.kind = FeedEventKind::Headline;
-    headline.event.service = 16;
-    headline.event.seq = 3;
-    headline.event.time = 100;
+    Entry headline = entryOf(FeedEventKind::Headline, 42, 16, 3, 100);
     headline.event.title = std::string("a:b\0c", 5); // a colon and a NUL byte inside a value
     const std::vector<Field> fields = encode(headline);
     ASSERT_EQ(fields.size(), 2U);
