@@ -104,10 +104,10 @@ void StoreWorker::push(Item item) {
     auto* node = new Node{std::move(item), m_queued.load()};
     while (!m_queued.compare_exchange_weak(node->next, node)) {
     }
-    // Only a sleeping worker needs the lock: it holds it just to check for work and wait.
+    // Only a sleeping worker needs waking. Either it sees this node when it checks for work
+    // after saying it sleeps, or this sees that it sleeps (both are sequentially consistent).
     if (m_sleeping.load()) {
-        std::lock_guard lock(m_mutex);
-        m_wake.notify_one();
+        m_wake.notify();
     }
 }
 
@@ -136,8 +136,8 @@ void StoreWorker::stop() {
     {
         std::lock_guard lock(m_mutex);
         m_stopping = true;
-        m_wake.notify_one();
     }
+    m_wake.notify();
     if (m_thread.joinable()) {
         m_thread.join();
     }
@@ -178,13 +178,11 @@ void StoreWorker::freeSpent() {
 }
 
 void StoreWorker::sleep(const std::chrono::steady_clock::time_point* until) {
-    std::unique_lock lock(m_mutex);
+    // The ticket comes first: a wake-up after it, however early, ends the wait at once.
+    const std::uint32_t ticket = m_wake.ticket();
     m_sleeping = true;
-    const auto ready = [&] { return m_stopping.load() || m_queued.load() != nullptr; };
-    if (until != nullptr) {
-        m_wake.wait_until(lock, *until, ready);
-    } else {
-        m_wake.wait(lock, ready);
+    if (!m_stopping.load() && m_queued.load() == nullptr) {
+        m_wake.wait(ticket, until);
     }
     m_sleeping = false;
 }

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -13,6 +12,7 @@
 
 #include "embedded_backend/news_records.h"
 #include "embedded_backend/news_store.h"
+#include "embedded_backend/wake_signal.h"
 
 namespace embedded {
 
@@ -26,7 +26,7 @@ namespace embedded {
 // The thread runs at a lower CPU priority than the feeds and the UI: on a busy machine the
 // store falls behind (its queue grows) rather than the views. So that a feed never waits for
 // it, queueing takes no lock the worker may hold while the scheduler has put it aside: work
-// is pushed onto a lock-free list, and the lock is taken only to wake a sleeping worker. For
+// is pushed onto a lock-free list and a sleeping worker is woken without a lock. For
 // the same reason the worker frees no memory a queueing thread allocated, and it reserves its
 // own allocator arena when it starts.
 // Thread: every member but the store itself may be called from any thread. Ownership: the
@@ -92,7 +92,8 @@ private:
     // worker would stall the feed.
     void retire(Node* node);
     void freeSpent();
-    // Sleeps until work is queued, stop() is called or `until` passes (when set).
+    // Sleeps until work is queued, stop() is called or `until` passes (when set), or returns
+    // early; the caller looks again.
     void sleep(const std::chrono::steady_clock::time_point* until);
     void run();
     // Applies the consecutive write batches from `index` on, inside the open transaction
@@ -108,8 +109,8 @@ private:
     std::atomic<Node*> m_spent{nullptr};  // done by the worker, not yet freed
     std::atomic<bool> m_sleeping{false};
     std::atomic<bool> m_stopping{false};
-    mutable std::mutex m_mutex; // guards the wake-up, the handler and the error figures
-    std::condition_variable m_wake;
+    WakeSignal m_wake;
+    mutable std::mutex m_mutex; // guards starting and stopping, the handler and the error figures
     std::thread m_thread;
     ErrorHandler m_onError;
     std::uint64_t m_failedWrites = 0;
