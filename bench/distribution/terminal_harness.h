@@ -4,11 +4,13 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
 #include <deque>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <future>
 #include <memory>
@@ -16,15 +18,17 @@
 #include <optional>
 #include <string>
 #include <thread>
-#include <unordered_set>
 #include <vector>
 
 #include <benchmark/benchmark.h>
+#include <hiredis/hiredis.h>
 #include <pthread.h>
+#include <unistd.h>
 
 #include "embedded_backend/catalog.h"
 #include "embedded_backend/embedded_backend.h"
 #include "embedded_backend/news_generator.h"
+#include "embedded_backend/redis_connection.h"
 #include "embedded_backend/stream_publisher.h"
 #include "host/backend/news_receiver.h"
 #include "host/backend/subscriptions.h"
@@ -97,8 +101,16 @@ public:
         // A corrected headline comes again with the same service and number, seconds later:
         // measured against the first one's time it would count its age as delay. Only the
         // first push of each number is measured.
-        if (!m_seen.insert((std::int64_t{h->m_byService} << 32) | h->m_iSeqNo).second) {
-            return;
+        if (h->m_iSeqNo >= 0) {
+            std::vector<bool>& seen = m_seen[h->m_byService];
+            const auto seq = static_cast<std::size_t>(h->m_iSeqNo);
+            if (seq >= seen.size()) {
+                seen.resize(std::max(seq + 1, seen.size() * 2));
+            }
+            if (seen[seq]) {
+                return;
+            }
+            seen[seq] = true;
         }
         const std::int64_t at = m_sent(h->m_byService, h->m_iSeqNo);
         if (at != 0) {
@@ -108,7 +120,7 @@ public:
     std::vector<std::int64_t> delays; // UI thread
 private:
     SendTimeOf m_sent;
-    std::unordered_set<std::int64_t> m_seen;
+    std::array<std::vector<bool>, 256> m_seen; // per service, by number: numbers are dense
 };
 
 struct Consumer {
@@ -148,13 +160,57 @@ inline std::unique_ptr<Consumer> startConsumer(const std::filesystem::path& fold
 }
 
 // Starts a redis-server of the run's own; a server that does not start skips the benchmark.
+// Starts the server with its latency monitor on: it records every event of its own (a write
+// of its append-only file, a command, expiring entries...) that takes kServerEventMs or more.
+inline constexpr int kServerEventMs = 20;
 inline bool startServer(benchmark::State& state, distribution::test::RedisServer& server) {
     std::string error;
     if (!server.start(error)) {
         state.SkipWithError(error.c_str());
         return false;
     }
+    embedded::RedisConnection admin;
+    if (admin.connect(server.address(), std::chrono::seconds(5), error)) {
+        admin.command({"CONFIG", "SET", "latency-monitor-threshold", std::to_string(kServerEventMs)});
+    }
     return true;
+}
+
+// The longest event the server's latency monitor recorded, in ms (0 when none reached the
+// threshold); writes each kind of event with its longest time to `events`.
+inline double serverLongestEvent(const distribution::test::RedisServer& server, std::string& events) {
+    embedded::RedisConnection admin;
+    std::string error;
+    if (!admin.connect(server.address(), std::chrono::seconds(5), error)) {
+        return 0;
+    }
+    const embedded::RedisReply reply = admin.command({"LATENCY", "LATEST"});
+    const redisReply* list = reply.get();
+    double longest = 0;
+    for (std::size_t i = 0; list != nullptr && list->type == REDIS_REPLY_ARRAY && i < list->elements; ++i) {
+        const redisReply* event = list->element[i]; // name, time, latest ms, longest ms
+        if (event->type != REDIS_REPLY_ARRAY || event->elements < 4) {
+            continue;
+        }
+        const auto ms = static_cast<double>(event->element[3]->integer);
+        events += std::string(event->element[0]->str, event->element[0]->len) + " " +
+                  std::to_string(event->element[3]->integer) + " ms; ";
+        longest = std::max(longest, ms);
+    }
+    return longest;
+}
+
+// CPU time, in ms, that the machine's virtual CPUs were ready to run but the hypervisor ran
+// something else ("steal" in /proc/stat, summed over CPUs); 0 where it cannot be read. A stall
+// that every process sees at once while this grows is the host's, not the software's.
+inline double machineStealMs() {
+    std::ifstream stat("/proc/stat");
+    std::string cpu;
+    std::uint64_t user = 0, nice = 0, system = 0, idle = 0, iowait = 0, irq = 0, softirq = 0, steal = 0;
+    if (!(stat >> cpu >> user >> nice >> system >> idle >> iowait >> irq >> softirq >> steal) || cpu != "cpu") {
+        return 0;
+    }
+    return static_cast<double>(steal) * 1000.0 / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
 // A number of the server's INFO (section, field); 0 when it cannot be read.

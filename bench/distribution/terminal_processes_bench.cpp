@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <future>
+#include <limits>
 #include <new>
 #include <string>
 #include <thread>
@@ -167,12 +168,21 @@ void BM_DistributionToTerminalProcesses(benchmark::State& state) {
             children.push_back(pid);
             pipes.push_back(fds[0]);
         }
+        // The smallest of the terminals' longest delays: near the largest when a stall held up
+        // every terminal at once (the server, the publisher, the machine), not just one.
+        std::int64_t leastLongest = std::numeric_limits<std::int64_t>::max();
         const auto endChildren = [&] {
             run.flush.store(true);
             std::vector<std::int64_t> delays;
             bool complete = children.size() == consumers;
             for (std::size_t i = 0; i < children.size(); ++i) {
+                const std::size_t from = delays.size();
                 complete = readDelays(pipes[i], delays) && complete;
+                if (delays.size() > from) {
+                    const std::int64_t longest =
+                        *std::max_element(delays.begin() + static_cast<std::ptrdiff_t>(from), delays.end());
+                    leastLongest = std::min(leastLongest, longest);
+                }
                 close(pipes[i]);
                 int status = 0;
                 waitpid(children[i], &status, 0);
@@ -202,6 +212,7 @@ void BM_DistributionToTerminalProcesses(benchmark::State& state) {
         embedded::GeneratorOptions g;
         g.startTime = wallMicros() / 1000000;
         embedded::NewsGenerator generator(g);
+        const double stealBefore = machineStealMs();
         const std::optional<double> publishSeconds =
             publishAtRate(state, publisher, generator, rate, kSeconds, [&](auto& batch, double elapsed) {
                 const std::int64_t now = wallMicros();
@@ -225,6 +236,7 @@ void BM_DistributionToTerminalProcesses(benchmark::State& state) {
         const double catchupMs = waitForCatchUp(
             children.size(), [&](std::size_t i) { return run.terminals[i].entries.load(); }, published,
             std::chrono::seconds(120));
+        const double stolenMs = machineStealMs() - stealBefore;
         run.flush.store(true);
         waitFor(SharedRun::kStored, std::chrono::seconds(600));
         const double storedMs = std::chrono::duration<double, std::milli>(Clock::now() - stopped).count();
@@ -235,10 +247,12 @@ void BM_DistributionToTerminalProcesses(benchmark::State& state) {
         }
         reportDelays(state, *delays);
         state.counters["max_ms"] = delays->empty() ? 0.0 : static_cast<double>(delays->back()) / 1000.0;
+        state.counters["least_max_ms"] = delays->empty() ? 0.0 : static_cast<double>(leastLongest) / 1000.0;
         state.counters["pushes"] = static_cast<double>(delays->size());
         state.counters["rate"] = static_cast<double>(published) / *publishSeconds;
         state.counters["behind"] = static_cast<double>(behind);
         state.counters["catchup_ms"] = catchupMs;
+        state.counters["steal_ms"] = stolenMs; // from publishing's start to the catch-up
         state.counters["stored_ms"] = storedMs;
         // Times the server held its writes back behind a slow fsync of its append-only file
         // (the terminals' stores share its disk): each can hold every reader up to 2 s.
@@ -246,6 +260,10 @@ void BM_DistributionToTerminalProcesses(benchmark::State& state) {
         // Forks (an append-only file rewritten in the background) stop the server meanwhile.
         state.counters["forks"] = serverInfo(server, "stats", "total_forks");
         state.counters["fork_ms"] = serverInfo(server, "stats", "latest_fork_usec") / 1000.0;
+        // The server's own longest stall (see startServer); its kinds go in the report's label.
+        std::string events;
+        state.counters["server_event_ms"] = serverLongestEvent(server, events);
+        state.SetLabel(events);
     }
 }
 
