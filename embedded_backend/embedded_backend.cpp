@@ -13,6 +13,7 @@
 #include <malloc.h>
 #endif
 
+#include "embedded_backend/arena_headroom.h"
 #include "embedded_backend/day_math.h"
 #include "embedded_backend/store_worker.h"
 #include "embedded_backend/ui_state.h"
@@ -39,6 +40,7 @@ void postToUi(UiDispatcher* dispatcher, const std::weak_ptr<UiState>& ui, std::f
         return;
     }
     dispatcher->post([ui, work = std::move(work)] {
+        keepArenaHeadroom(); // the UI thread's cache grows with every headline
         if (const std::shared_ptr<UiState> state = ui.lock()) {
             work(*state);
         }
@@ -108,6 +110,7 @@ EmbeddedBackend::EmbeddedBackend(EmbeddedBackendOptions options)
     m_ingest = std::make_unique<Ingest>(
         m_options.daysToKeep,
         [dispatcher, ui](std::shared_ptr<const NewsBatch> batch) {
+            keepArenaHeadroom(); // on the feed's thread, whose batches wait for the store
             postToUi(dispatcher, ui, [batch = std::move(batch)](UiState& state) { state.apply(*batch); });
         },
         [worker](std::shared_ptr<const NewsBatch> batch) { worker->write(std::move(batch)); }, m_options.heldLimit);

@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <future>
 #include <utility>
+
+#include "embedded_backend/arena_headroom.h"
 
 #ifdef __linux__
 #include <pthread.h>
@@ -42,28 +43,6 @@ void lowerThreadPriority(int increment, bool idle) {
 #else
     (void)increment;
     (void)idle;
-#endif
-}
-
-// Grows the calling thread's allocator arena once, up front, by `bytes`. An arena grows page by
-// page, and each step changes the process's address space under a lock that every other
-// thread's mappings (and their own arenas' growth) wait for; a worker put aside in the middle
-// of such a step held up the feeds and the UI for hundreds of milliseconds on a busy machine.
-// The memory is only reserved, not touched, and stays with the arena while the allocator's
-// trim threshold (set by the back end) is above it.
-void reserveArena(std::size_t bytes) {
-#if defined(__GLIBC__)
-    constexpr std::size_t kBlock = std::size_t{64} << 10; // below any size mapped on its own
-    std::vector<void*> blocks;
-    blocks.reserve(bytes / kBlock);
-    for (std::size_t i = 0; i < bytes / kBlock; ++i) {
-        blocks.push_back(std::malloc(kBlock)); // NOLINT(cppcoreguidelines-no-malloc)
-    }
-    for (void* block : blocks) {
-        std::free(block); // NOLINT(cppcoreguidelines-no-malloc)
-    }
-#else
-    (void)bytes;
 #endif
 }
 
@@ -208,6 +187,7 @@ void StoreWorker::run() {
             sleep(nullptr);
             continue;
         }
+        keepArenaHeadroom();
         std::size_t index = 0;
         while (index < nodes.size()) {
             if (nodes[index]->item.batch) {

@@ -3,10 +3,6 @@
 // tables, the same full-text indexes (term by term) and the same search answers.
 #include <thread>
 
-#if defined(__GLIBC__)
-#include <malloc.h>
-#endif
-
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
@@ -373,21 +369,6 @@ TEST_F(StoreBatchingTest, TheWriterLeavesFreeingABatchToTheNextThreadThatQueues)
     worker.post([](NewsStore&) {});
     EXPECT_EQ(batchFreedOn.load(), std::this_thread::get_id());
 }
-
-#if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__)
-// The writer grows its allocator arena once when it starts rather than page by page later.
-TEST(StoreWorkerArena, TheWriterReservesItsArenaWhenItStarts) {
-    mallopt(M_TRIM_THRESHOLD, 64 << 20); // as the back end sets it, so the arena keeps it
-    const std::size_t before = mallinfo2().arena;
-    StoreWorker::Options o;
-    o.niceIncrement = 0;
-    o.reservedHeap = std::size_t{32} << 20;
-    StoreWorker worker(o);
-    worker.start();
-    worker.flush();
-    EXPECT_GE(mallinfo2().arena, before + (std::size_t{30} << 20));
-}
-#endif
 
 } // namespace
 } // namespace embedded::test

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+namespace embedded {
+
+// glibc grows a thread's allocator arena past its high-water mark one page at a time, with one
+// mprotect call per page. Each call takes the process's address-space lock and the heap's
+// reverse-map lock for writing; a kernel thread that walks the reverse map (page reclaim, a
+// memory monitor) and is descheduled while holding it for reading held a feed in that call for
+// close to a second. A busy feed or UI thread grew its arena hundreds of times a second.
+// These helpers make the arena grow in large steps instead, ahead of need: the memory is
+// reserved, not touched, and stays with the arena while it is below the trim threshold (set by
+// the back end). No effect outside glibc or under AddressSanitizer.
+
+// Grows the calling thread's arena once by `bytes`, in blocks small enough never to be mapped
+// on their own whatever the mapping threshold.
+void reserveArena(std::size_t bytes);
+
+// Keeps `headroom` bytes ready at the top of the calling thread's arena, looking at most once
+// per `interval`: a thread that has used some of it since grows its arena again in one step.
+class ArenaHeadroom {
+public:
+    using Clock = std::chrono::steady_clock;
+    static constexpr std::size_t kHeadroom = std::size_t{8} << 20;
+    static constexpr std::chrono::milliseconds kInterval{100};
+
+    // Tops the arena up when `interval` has passed since the last time; true when it did.
+    bool keep(Clock::time_point now);
+
+private:
+    Clock::time_point m_next{};
+};
+
+// ArenaHeadroom::keep for the calling thread, now; cheap enough to call for every batch.
+void keepArenaHeadroom();
+
+} // namespace embedded
