@@ -49,9 +49,19 @@ bool ArenaHeadroom::keep(Clock::time_point now) {
     return true;
 }
 
+namespace {
+thread_local ArenaHeadroom t_headroom;
+thread_local std::uint64_t t_topUps = 0;
+} // namespace
+
 void keepArenaHeadroom() {
-    thread_local ArenaHeadroom headroom;
-    headroom.keep(ArenaHeadroom::Clock::now());
+    if (t_headroom.keep(ArenaHeadroom::Clock::now())) {
+        ++t_topUps;
+    }
+}
+
+std::uint64_t arenaTopUpsOnThisThread() {
+    return t_topUps;
 }
 
 } // namespace embedded

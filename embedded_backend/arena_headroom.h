@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 
 namespace embedded {
 
@@ -35,5 +36,7 @@ private:
 
 // ArenaHeadroom::keep for the calling thread, now; cheap enough to call for every batch.
 void keepArenaHeadroom();
+// How many times keepArenaHeadroom has topped up the calling thread's arena.
+std::uint64_t arenaTopUpsOnThisThread();
 
 } // namespace embedded

@@ -1,6 +1,9 @@
 // The allocator arena of a busy thread grows in large steps ahead of need: reserved when the
 // store's writer starts, and topped up at most once per interval on the feed and UI threads.
+#include <atomic>
+#include <cstdlib>
 #include <thread>
+#include <vector>
 
 #if defined(__GLIBC__)
 #include <malloc.h>
@@ -8,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "backend_fixture.h"
 #include "embedded_backend/arena_headroom.h"
 #include "embedded_backend/store_worker.h"
 
@@ -24,38 +28,69 @@ TEST(ArenaHeadroom, TopsUpAtMostOncePerInterval) {
     EXPECT_FALSE(headroom.keep(start + ArenaHeadroom::kInterval));
 }
 
-#if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__)
-// Each check runs on a thread of its own, so it has an arena of its own to grow.
-std::size_t arenaGrowthOnNewThread(const std::function<void()>& work) {
-    mallopt(M_MMAP_THRESHOLD, 32 << 20); // as the back end sets them, so the arena keeps it
-    mallopt(M_TRIM_THRESHOLD, 64 << 20);
-    std::size_t grown = 0;
+// The feed's thread tops up as it hands a batch on, the UI thread as it runs posted work. Each
+// side runs on a new thread here, whose first top-up is due at once.
+TEST_F(BackendTest, TheFeedAndTheUiThreadEachTopUpTheirArenas) {
+    registerFor(&view, 16);
+    std::uint64_t feedTopUps = 0;
     std::thread([&] {
-        delete new int(0); // the thread's arena exists before the first measure
-        const std::size_t before = mallinfo2().arena;
-        work();
-        grown = mallinfo2().arena - before;
+        backend->ingest({headlineEvent(16, 1, morning(), "台積電營收")});
+        feedTopUps = arenaTopUpsOnThisThread();
     }).join();
-    return grown;
+    std::uint64_t uiTopUps = 0;
+    std::thread([&] {
+        dispatcher.runPending();
+        uiTopUps = arenaTopUpsOnThisThread();
+    }).join();
+    EXPECT_EQ(feedTopUps, 1U);
+    EXPECT_EQ(uiTopUps, 1U);
+    EXPECT_EQ(view.pushes.size(), 1U);
 }
 
-TEST(ArenaHeadroom, GrowsTheCallingThreadsArenaByTheHeadroom) {
-    // Less what the new arena's first heap already had free.
-    EXPECT_GE(arenaGrowthOnNewThread([] { keepArenaHeadroom(); }), ArenaHeadroom::kHeadroom - (std::size_t{1} << 20));
-    EXPECT_EQ(arenaGrowthOnNewThread([] {}), 0U);
+#if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__)
+// Whether `bytes` more, in blocks too small to be mapped on their own, fit in the calling
+// thread's arena as it is: the arenas' total size does not change while they are taken.
+bool fitsWithoutGrowing(std::size_t bytes) {
+    constexpr std::size_t kBlock = std::size_t{64} << 10;
+    const std::size_t before = mallinfo2().arena;
+    std::vector<void*> blocks;
+    blocks.reserve(bytes / kBlock);
+    for (std::size_t i = 0; i < bytes / kBlock; ++i) {
+        blocks.push_back(std::malloc(kBlock)); // NOLINT(cppcoreguidelines-no-malloc)
+    }
+    const bool fits = mallinfo2().arena == before;
+    for (void* block : blocks) {
+        std::free(block); // NOLINT(cppcoreguidelines-no-malloc)
+    }
+    return fits;
 }
 
-// The writer grows its allocator arena once when it starts rather than page by page later.
+void tuneAsTheBackEndDoes() {
+    mallopt(M_MMAP_THRESHOLD, 32 << 20);
+    mallopt(M_TRIM_THRESHOLD, 64 << 20);
+}
+
+TEST(ArenaHeadroom, LeavesTheHeadroomFreeInTheCallingThreadsArena) {
+    tuneAsTheBackEndDoes();
+    bool fits = false;
+    std::thread([&] {
+        keepArenaHeadroom();
+        fits = fitsWithoutGrowing(ArenaHeadroom::kHeadroom - (std::size_t{1} << 20));
+    }).join();
+    EXPECT_TRUE(fits);
+}
+
 TEST(ArenaHeadroom, TheStoreWriterReservesItsArenaWhenItStarts) {
-    const std::size_t grown = arenaGrowthOnNewThread([] {
-        StoreWorker::Options o;
-        o.niceIncrement = 0;
-        o.reservedHeap = std::size_t{32} << 20;
-        StoreWorker worker(o);
-        worker.start();
-        worker.flush();
-    });
-    EXPECT_GE(grown, std::size_t{30} << 20);
+    tuneAsTheBackEndDoes();
+    StoreWorker::Options o;
+    o.niceIncrement = 0;
+    o.reservedHeap = std::size_t{32} << 20;
+    StoreWorker worker(o);
+    worker.start();
+    std::atomic<bool> fits{false};
+    worker.post([&](NewsStore&) { fits = fitsWithoutGrowing(std::size_t{30} << 20); });
+    worker.flush();
+    EXPECT_TRUE(fits);
 }
 #endif
 
