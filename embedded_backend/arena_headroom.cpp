@@ -24,7 +24,9 @@ void takeAndGiveBack(std::size_t bytes) {
 
 void reserveArena(std::size_t bytes) {
     if constexpr (kShapesArena) {
-        constexpr std::size_t kBlock = std::size_t{64} << 10; // below any size mapped on its own
+        // Far below the back end's mapping threshold, and large enough that the blocks' headers
+        // touch few pages (they stay resident with the arena).
+        constexpr std::size_t kBlock = std::size_t{1} << 20;
         std::vector<void*> blocks;
         blocks.reserve(bytes / kBlock);
         for (std::size_t i = 0; i < bytes / kBlock; ++i) {
@@ -55,6 +57,9 @@ thread_local std::uint64_t t_topUps = 0;
 } // namespace
 
 void keepArenaHeadroom() {
+    if (t_topUps == 0) {
+        reserveArena(kFirstReserve);
+    }
     if (t_headroom.keep(ArenaHeadroom::Clock::now())) {
         ++t_topUps;
     }

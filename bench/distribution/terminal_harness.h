@@ -115,9 +115,19 @@ public:
         const std::int64_t at = m_sent(h->m_byService, h->m_iSeqNo);
         if (at != 0) {
             delays.push_back(wallMicros() - at);
+            if (delays.back() > longest.delay) {
+                longest = {delays.back(), at, h->m_byService, h->m_iSeqNo};
+            }
         }
     }
+    struct Longest {
+        std::int64_t delay = 0; // microseconds
+        std::int64_t sentAt = 0;
+        unsigned char service = 0;
+        std::int32_t seq = 0;
+    };
     std::vector<std::int64_t> delays; // UI thread
+    Longest longest;                  // UI thread: the headline that took longest
 private:
     SendTimeOf m_sent;
     std::array<std::vector<bool>, 256> m_seen; // per service, by number: numbers are dense

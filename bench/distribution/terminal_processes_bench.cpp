@@ -32,6 +32,7 @@ struct SharedRun {
     struct Terminal {
         std::atomic<std::uint64_t> entries;
         std::atomic<int> state;
+        DelayView::Longest longest; // written by the terminal before it ends
     };
     Slot sent[kSlots];
     Terminal terminals[64];
@@ -93,6 +94,7 @@ struct SharedRun {
         c->ui.post([&] { drained.set_value(); });
         drained.get_future().wait();
         delays = std::move(c->view->delays);
+        me.longest = c->view->longest;
     }
     const std::uint64_t count = delays.size();
     bool ok = write(out, &count, sizeof count) == static_cast<ssize_t>(sizeof count);
@@ -171,6 +173,10 @@ void BM_DistributionToTerminalProcesses(benchmark::State& state) {
         // The smallest of the terminals' longest delays: near the largest when a stall held up
         // every terminal at once (the server, the publisher, the machine), not just one.
         std::int64_t leastLongest = std::numeric_limits<std::int64_t>::max();
+        // Which terminal waited longest, for which headline, and when it was sent: to find the
+        // stall in a recording of the run.
+        std::size_t slowestTerminal = 0;
+        DelayView::Longest slowestLongest;
         const auto endChildren = [&] {
             run.flush.store(true);
             std::vector<std::int64_t> delays;
@@ -187,6 +193,10 @@ void BM_DistributionToTerminalProcesses(benchmark::State& state) {
                 int status = 0;
                 waitpid(children[i], &status, 0);
                 complete = complete && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+                if (run.terminals[i].longest.delay > slowestLongest.delay) {
+                    slowestTerminal = i;
+                    slowestLongest = run.terminals[i].longest;
+                }
             }
             munmap(mapped, sizeof(SharedRun));
             return complete ? std::optional(std::move(delays)) : std::nullopt;
@@ -213,6 +223,7 @@ void BM_DistributionToTerminalProcesses(benchmark::State& state) {
         g.startTime = wallMicros() / 1000000;
         embedded::NewsGenerator generator(g);
         const double stealBefore = machineStealMs();
+        const std::int64_t publishedFrom = wallMicros();
         const std::optional<double> publishSeconds =
             publishAtRate(state, publisher, generator, rate, kSeconds, [&](auto& batch, double elapsed) {
                 const std::int64_t now = wallMicros();
@@ -263,6 +274,10 @@ void BM_DistributionToTerminalProcesses(benchmark::State& state) {
         // The server's own longest stall (see startServer); its kinds go in the report's label.
         std::string events;
         state.counters["server_event_ms"] = serverLongestEvent(server, events);
+        const DelayView::Longest& l = slowestLongest;
+        events += "longest: terminal " + std::to_string(slowestTerminal) + ", " + std::to_string(l.delay / 1000) +
+                  " ms, for " + std::to_string(l.service) + "/" + std::to_string(l.seq) + " sent " +
+                  std::to_string((l.sentAt - publishedFrom) / 1000) + " ms into publishing";
         state.SetLabel(events);
     }
 }

@@ -70,12 +70,25 @@ void tuneAsTheBackEndDoes() {
     mallopt(M_TRIM_THRESHOLD, 64 << 20);
 }
 
-TEST(ArenaHeadroom, LeavesTheHeadroomFreeInTheCallingThreadsArena) {
+TEST(ArenaHeadroom, ATopUpLeavesTheHeadroomFreeInTheCallingThreadsArena) {
+    tuneAsTheBackEndDoes();
+    bool fits = false;
+    std::thread([&] {
+        ArenaHeadroom headroom;
+        headroom.keep(ArenaHeadroom::Clock::now());
+        fits = fitsWithoutGrowing(ArenaHeadroom::kHeadroom - (std::size_t{1} << 20));
+    }).join();
+    EXPECT_TRUE(fits);
+}
+
+// A thread's first call reserves most of its arena's first heap, so that its usual working set
+// needs no protection change at all.
+TEST(ArenaHeadroom, AThreadsFirstCallReservesMostOfItsFirstHeap) {
     tuneAsTheBackEndDoes();
     bool fits = false;
     std::thread([&] {
         keepArenaHeadroom();
-        fits = fitsWithoutGrowing(ArenaHeadroom::kHeadroom - (std::size_t{1} << 20));
+        fits = fitsWithoutGrowing(kFirstReserve - (std::size_t{2} << 20));
     }).join();
     EXPECT_TRUE(fits);
 }
