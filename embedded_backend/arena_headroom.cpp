@@ -20,8 +20,8 @@ void takeAndGiveBack(std::size_t bytes) {
     std::free(block);                          // NOLINT(cppcoreguidelines-no-malloc)
 }
 
-} // namespace
-
+// Grows the calling thread's arena once by `bytes`, in blocks served from the arena under the
+// mapping threshold the back end sets.
 void reserveArena(std::size_t bytes) {
     if constexpr (kShapesArena) {
         // Far below the back end's mapping threshold, and large enough that the blocks' headers
@@ -37,6 +37,8 @@ void reserveArena(std::size_t bytes) {
         }
     }
 }
+
+} // namespace
 
 bool ArenaHeadroom::keep(Clock::time_point now) {
     if (now < m_next) {

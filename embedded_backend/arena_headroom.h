@@ -15,10 +15,6 @@ namespace embedded {
 // reserved, not touched, and stays with the arena while it is below the trim threshold (set by
 // the back end). No effect outside glibc or under AddressSanitizer.
 
-// Grows the calling thread's arena once by `bytes`, in blocks served from the arena under the
-// mapping threshold the back end sets.
-void reserveArena(std::size_t bytes);
-
 // What a thread reserves the first time it keeps headroom: most of its arena's first heap
 // (64 MB), which then never changes its protection again.
 inline constexpr std::size_t kFirstReserve = std::size_t{56} << 20;

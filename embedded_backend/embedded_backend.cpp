@@ -65,9 +65,6 @@ void postToUi(UiDispatcher* dispatcher, const std::weak_ptr<UiState>& ui, std::f
 //   thread's page faults take. A fixed, larger threshold keeps what a steady feed reuses (and
 //   fixes the size above which blocks are mapped on their own, which would otherwise follow
 //   the largest block freed).
-// What the store's writer reserves of its arena when it starts: below the trim threshold, so
-// the allocator keeps it, and below the 64 MB an arena's first heap holds.
-constexpr std::size_t kStoreArenaReserve = std::size_t{48} << 20;
 
 void tuneAllocator() {
 #if defined(__GLIBC__)
@@ -85,8 +82,8 @@ void tuneAllocator() {
 
 EmbeddedBackend::EmbeddedBackend(EmbeddedBackendOptions options)
     : m_options(std::move(options)), m_systemClock(std::make_unique<SystemClock>()), m_ui(std::make_shared<UiState>()),
-      m_worker(std::make_unique<StoreWorker>(StoreWorker::Options{
-          m_options.storeCommitWindow, 20000, m_options.storeNiceIncrement, m_options.storeIdle, kStoreArenaReserve})) {
+      m_worker(std::make_unique<StoreWorker>(StoreWorker::Options{m_options.storeCommitWindow, 20000,
+                                                                  m_options.storeNiceIncrement, m_options.storeIdle})) {
     tuneAllocator();
     m_options.daysToKeep = std::max(1, m_options.daysToKeep);
     m_ui->subscriptions = m_options.subscriptions != nullptr ? m_options.subscriptions : &NewsSubscriptions::instance();

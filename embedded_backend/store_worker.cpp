@@ -73,7 +73,7 @@ void StoreWorker::start() {
     m_stopping = false;
     m_thread = std::thread([this] {
         lowerThreadPriority(m_options.niceIncrement, m_options.idle);
-        reserveArena(m_options.reservedHeap);
+        keepArenaHeadroom(); // reserves the arena when the thread starts, not page by page later
         run();
     });
 }

@@ -48,10 +48,6 @@ public:
         // only CPU time that no ordinary thread wants, so on a saturated machine it may wait
         // indefinitely, and so do searches and reads queued behind its writes.
         bool idle = false;
-        // Bytes the thread's allocator arena grows by at once when the thread starts (glibc),
-        // so that the writer seldom grows it page by page later, changing the process's address
-        // space each time. Kept only while the allocator's trim threshold is above it.
-        std::size_t reservedHeap = 0;
     };
 
     StoreWorker();

@@ -97,7 +97,6 @@ TEST(ArenaHeadroom, TheStoreWriterReservesItsArenaWhenItStarts) {
     tuneAsTheBackEndDoes();
     StoreWorker::Options o;
     o.niceIncrement = 0;
-    o.reservedHeap = std::size_t{32} << 20;
     StoreWorker worker(o);
     worker.start();
     std::atomic<bool> fits{false};
