@@ -207,41 +207,59 @@ std::vector<std::string> StreamPublisher::saveState(unsigned char service, const
 
 bool StreamPublisher::commit(unsigned char service, const std::vector<stream::Entry>& entries,
                              const PublisherState& state, std::string& error) {
+    return commitAll({Transaction{service, &entries, &state}}, error).front();
+}
+
+std::vector<bool> StreamPublisher::commitAll(const std::vector<Transaction>& transactions, std::string& error) {
     std::vector<std::vector<std::string>> commands;
-    commands.reserve(entries.size() + 3);
-    commands.push_back({"MULTI"});
-    for (const stream::Entry& e : entries) {
-        commands.push_back(xadd(service, e));
+    std::vector<std::size_t> execAt; // the index of each transaction's EXEC among the commands
+    for (const Transaction& t : transactions) {
+        commands.push_back({"MULTI"});
+        for (const stream::Entry& e : *t.entries) {
+            commands.push_back(xadd(t.service, e));
+        }
+        commands.push_back(saveState(t.service, *t.state));
+        commands.push_back({"EXEC"});
+        execAt.push_back(commands.size() - 1);
     }
-    commands.push_back(saveState(service, state));
-    commands.push_back({"EXEC"});
+    std::vector<bool> confirmed(transactions.size(), false);
     const std::vector<RedisReply> replies = m_connection.pipeline(commands);
     if (replies.size() != commands.size()) {
+        // The link failed: whatever the server applied of it, connect() reads back.
         error = m_connection.lastError();
-        return false;
+        return confirmed;
     }
-    const RedisReply& exec = replies.back();
-    if (exec.get()->type != REDIS_REPLY_ARRAY) {
-        // A refused command (an old server without MINID, a key of another type) aborts the
-        // transaction; the first refusal says why.
-        std::string why = exec.text();
-        for (const RedisReply& r : replies) {
-            if (r.isError()) {
-                why = r.text();
-                break;
+    std::string failure; // the first refusal
+    std::size_t from = 0;
+    for (std::size_t t = 0; t < transactions.size(); from = execAt[t] + 1, ++t) {
+        const std::string refused =
+            "Redis refused to append to the stream of service " + std::to_string(transactions[t].service) + ": ";
+        const RedisReply& exec = replies[execAt[t]];
+        if (exec.get()->type != REDIS_REPLY_ARRAY) {
+            // A refused command (an old server without MINID, a key of another type) aborts the
+            // transaction; its first refusal says why.
+            std::string why = exec.text();
+            for (std::size_t i = from; i < execAt[t]; ++i) {
+                if (replies[i].isError()) {
+                    why = replies[i].text();
+                    break;
+                }
             }
+            failure = failure.empty() ? refused + why : failure;
+            continue;
         }
-        error = "Redis refused to append to the stream of service " + std::to_string(service) + ": " + why;
-        return false;
-    }
-    for (std::size_t i = 0; i < exec.get()->elements; ++i) {
-        if (exec.get()->element[i]->type == REDIS_REPLY_ERROR) {
-            error = "Redis refused to append to the stream of service " + std::to_string(service) + ": " +
-                    std::string(stringOf(exec.get()->element[i]));
-            return false;
+        const auto failed = std::find_if(exec.get()->element, exec.get()->element + exec.get()->elements,
+                                         [](const redisReply* r) { return r->type == REDIS_REPLY_ERROR; });
+        if (failed != exec.get()->element + exec.get()->elements) {
+            failure = failure.empty() ? refused + std::string(stringOf(*failed)) : failure;
+            continue;
         }
+        confirmed[t] = true;
     }
-    return true;
+    if (!failure.empty()) {
+        error = failure;
+    }
+    return confirmed;
 }
 
 bool StreamPublisher::publish(const std::vector<FeedEvent>& events, std::int64_t source, std::string& error) {
@@ -293,14 +311,21 @@ bool StreamPublisher::publish(const std::vector<FeedEvent>& events, std::int64_t
         p.state.source = std::max(p.state.source, position);
         p.entries.push_back(std::move(entry));
     }
-    for (auto& [service, p] : pending) {
-        if (p.entries.empty()) {
-            continue;
+    // Every service's transaction goes out in one round trip: the last service of a batch is
+    // appended as soon as the first, not after a wait for each reply before it.
+    std::vector<Transaction> transactions;
+    for (const auto& [service, p] : pending) {
+        if (!p.entries.empty()) {
+            transactions.push_back(Transaction{service, &p.entries, &p.state});
         }
-        if (!commit(service, p.entries, p.state, error)) {
-            return false;
+    }
+    const std::vector<bool> confirmed = commitAll(transactions, error);
+    for (std::size_t t = 0; t < transactions.size(); ++t) {
+        if (!confirmed[t]) {
+            continue; // not published: a retry after connect() sends it
         }
-        Service& s = m_services[service];
+        Pending& p = pending[transactions[t].service];
+        Service& s = m_services[transactions[t].service];
         s.state = p.state;
         m_stats.published += p.entries.size();
         for (stream::Entry& e : p.entries) {
@@ -310,7 +335,7 @@ bool StreamPublisher::publish(const std::vector<FeedEvent>& events, std::int64_t
             s.recent.pop_front();
         }
     }
-    return true;
+    return std::find(confirmed.begin(), confirmed.end(), false) == confirmed.end();
 }
 
 } // namespace embedded

@@ -41,10 +41,11 @@ struct PublisherState {
 };
 
 // Appends feed events to the streams of their services: one transaction per service and batch
-// (the entries and the publisher's state together), so a restart reads the state and continues
-// the numbers where the server has them. After a reconnection it compares its own numbers with
-// the server's: entries the server lost (a restart that dropped its last writes) are sent again
-// with the numbers they had; none is ever issued twice with different news.
+// (the entries and the publisher's state together), a batch's transactions all sent in one
+// round trip, so a restart reads the state and continues the numbers where the server has
+// them. After a reconnection it compares its own numbers with the server's: entries the server
+// lost (a restart that dropped its last writes) are sent again with the numbers they had; none
+// is ever issued twice with different news.
 // Thread: one thread.
 class StreamPublisher {
 public:
@@ -85,6 +86,14 @@ private:
     // One MULTI ... EXEC of entries and state; false when the server did not confirm it.
     bool commit(unsigned char service, const std::vector<stream::Entry>& entries, const PublisherState& state,
                 std::string& error);
+    struct Transaction {
+        unsigned char service = 0;
+        const std::vector<stream::Entry>* entries = nullptr;
+        const PublisherState* state = nullptr;
+    };
+    // Several services' MULTI ... EXEC in one pipeline; tells for each whether the server
+    // confirmed it, and gives the first failure's reason in `error`.
+    std::vector<bool> commitAll(const std::vector<Transaction>& transactions, std::string& error);
 
     PublisherOptions m_options;
     RedisConnection m_connection;

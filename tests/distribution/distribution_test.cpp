@@ -450,6 +450,43 @@ TEST_F(Distribution, ReadersFindHolesAndServersThatLostTheirLastWrites) {
     EXPECT_EQ(readStream(server.address(), 16).back().entryNo, 22);
 }
 
+TEST_F(Distribution, ABatchRefusedForOneServiceIsStillPublishedForTheOthersAndRetriedWithoutDuplicates) {
+    embedded::StreamPublisher pub = publisher();
+    std::string error;
+    ASSERT_TRUE(pub.connect(error)) << error;
+    std::vector<embedded::FeedEvent> batch;
+    for (const unsigned char service : {16, 22}) {
+        batch.push_back(embedded::test::headlineEvent(service, 1, nowSeconds(), "news"));
+    }
+    ASSERT_TRUE(pub.publish(batch, 0, error)) << error;
+    // Service 16's stream key then holds a plain value: the server refuses its appends, and
+    // that it comes first in the batch does not hold back service 22's.
+    embedded::RedisConnection admin;
+    ASSERT_TRUE(admin.connect(server.address(), std::chrono::seconds(2), error)) << error;
+    admin.command({"DEL", embedded::stream::streamKey(16)});
+    admin.command({"SET", embedded::stream::streamKey(16), "not a stream"});
+    batch.clear();
+    for (std::int32_t seq = 2; seq <= 4; ++seq) {
+        batch.push_back(embedded::test::headlineEvent(16, seq, nowSeconds(), "news"));
+        batch.push_back(embedded::test::headlineEvent(22, seq, nowSeconds(), "news"));
+    }
+    EXPECT_FALSE(pub.publish(batch, 2, error));
+    EXPECT_NE(error.find("append to the stream of service 16"), std::string::npos) << error;
+    EXPECT_EQ(pub.stats().published, 5u);
+    EXPECT_EQ(readStream(server.address(), 22).size(), 4u);
+
+    // Once the key is cleared, the same batch again: service 22's half is on the server already.
+    admin.command({"DEL", embedded::stream::streamKey(16)});
+    ASSERT_TRUE(pub.publish(batch, 2, error)) << error;
+    EXPECT_EQ(pub.stats().published, 8u);
+    EXPECT_EQ(pub.stats().skipped, 3u);
+    EXPECT_EQ(readStream(server.address(), 22).size(), 4u);
+    const std::vector<embedded::stream::Entry> refused = readStream(server.address(), 16);
+    ASSERT_EQ(refused.size(), 3u);
+    EXPECT_EQ(refused.front().entryNo, 2);
+    EXPECT_EQ(refused.back().entryNo, 4);
+}
+
 TEST_F(Distribution, ThePublisherProgramRefusesBadArgumentsAndAnAbsentServer) {
     const std::filesystem::path log = server.folder() / "errors.log";
     ChildProcess p;
