@@ -6,7 +6,7 @@
 
 namespace embedded {
 
-void NewsCache::eraseEntry(std::vector<CHeadlineTable>& table, const CHeadlineTable& entry) {
+void NewsCache::eraseEntry(Table& table, const CHeadlineTable& entry) {
     // Recent headlines are re-sent far more often than old ones: search from the end.
     for (auto it = table.rbegin(); it != table.rend(); ++it) {
         if (bSameKey(*it, entry)) {
@@ -175,7 +175,7 @@ void NewsCache::dropBefore(unsigned char service, int keepFrom) {
         m_free.push_back(slot);
     }
     // One pass over the service's other tables rather than a search per dropped entry.
-    auto sweep = [&](std::vector<CHeadlineTable>& table) {
+    auto sweep = [&](auto& table) {
         std::erase_if(table, [&](const CHeadlineTable& e) { return gone.count(keyOf(e)) > 0; });
     };
     for (auto& [key, table] : m_categoryTables) {
@@ -203,7 +203,8 @@ void NewsCache::setSearchResults(unsigned char service, int kind, std::vector<CH
 
 namespace {
 
-int append(const std::vector<CHeadlineTable>& from, std::vector<CHeadlineTable>& out,
+template <class Table>
+int append(const Table& from, std::vector<CHeadlineTable>& out,
            std::size_t limit = std::numeric_limits<std::size_t>::max()) {
     const std::size_t count = std::min(limit, from.size());
     out.insert(out.end(), from.end() - static_cast<std::ptrdiff_t>(count), from.end());

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "embedded_backend/chunked_vector.h"
 #include "embedded_backend/flat_index.h"
 #include "embedded_backend/news_records.h"
 #include "host/backend/news_records.h"
@@ -17,6 +19,10 @@ namespace embedded {
 // category and symbol, stories, related symbols, search results and each service's current
 // news day. Look-ups are hash and vector reads, with no lock: the cache is only ever touched on
 // the UI thread (ingest posts its batches there). Thread: UI thread only.
+//
+// Growing never moves what the cache holds: headlines are kept in chunks, the indexes rehash
+// a small part at a time and the tables are deques, so a push costs the same with a million
+// headlines held as with a thousand.
 //
 // Table entries carry only the headline key (service, time, number); their two opaque fields
 // stay zero, so that an entry the view builds from a pushed headline equals the one a table
@@ -118,17 +124,18 @@ private:
     static std::string symbolKey(unsigned char service, const CString& code) {
         return static_cast<char>(service) + code;
     }
-    static void eraseEntry(std::vector<CHeadlineTable>& table, const CHeadlineTable& entry);
+    using Table = std::deque<CHeadlineTable>;
+    static void eraseEntry(Table& table, const CHeadlineTable& entry);
     void removeItem(std::uint32_t slot, bool keepStory, std::optional<Story>* story);
     const Item* find(const CHeadlineTable& entry) const;
 
-    std::vector<Item> m_items;
+    ChunkedVector<Item> m_items;
     std::vector<std::uint32_t> m_free;
     FlatIndex<EntryKey, EntryHash> m_byEntry;
     FlatIndex<DayKey, DayHash> m_byDaySeq;
-    std::unordered_map<std::uint64_t, std::vector<CHeadlineTable>> m_dateTables;
-    std::unordered_map<std::uint64_t, std::vector<CHeadlineTable>> m_categoryTables;
-    std::unordered_map<std::string, std::vector<CHeadlineTable>> m_symbolTables;
+    std::unordered_map<std::uint64_t, Table> m_dateTables;
+    std::unordered_map<std::uint64_t, Table> m_categoryTables;
+    std::unordered_map<std::string, Table> m_symbolTables;
     std::map<std::pair<unsigned char, int>, std::vector<CHeadlineTable>> m_searchResults;
     std::unordered_map<DayKey, Story, DayHash> m_waitingStories; // stories whose headline has not come
     std::map<unsigned char, int> m_currentDays;

@@ -1,5 +1,7 @@
 // Intake: feed events through ingest into the cache (UI queue drained here) and the store
 // (FTS indexing on the worker), until both are done.
+#include <algorithm>
+#include <chrono>
 #include <deque>
 #include <filesystem>
 #include <functional>
@@ -93,4 +95,30 @@ void BM_CacheApplyOnTheUiThread(benchmark::State& state) {
 BENCHMARK(BM_CacheApplyOnTheUiThread)->Iterations(3)->Unit(benchmark::kMillisecond);
 
 } // namespace
+// The longest single put while the cache grows to the argument's headlines: growth of its
+// storage and indexes must not stall the UI thread now and then in proportion to the size.
+void BM_CacheLongestPutAsItGrows(benchmark::State& state) {
+    const GeneratedNews news = generateNews(static_cast<std::size_t>(state.range(0)), 9);
+    double longest = 0;
+    std::vector<double> micros;
+    micros.reserve(news.headlines.size());
+    for (auto _ : state) {
+        NewsCache cache;
+        micros.clear();
+        for (const HeadlineRecord& h : news.headlines) {
+            const auto start = std::chrono::steady_clock::now();
+            cache.putHeadline(h);
+            micros.push_back(
+                std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count());
+        }
+        benchmark::DoNotOptimize(cache.size());
+        longest = std::max(longest, *std::max_element(micros.begin(), micros.end()));
+    }
+    state.counters["longest_put_us"] = longest;
+    std::sort(micros.begin(), micros.end());
+    state.counters["p999_put_us"] = micros[micros.size() * 999 / 1000];
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * news.headlines.size()));
+}
+BENCHMARK(BM_CacheLongestPutAsItGrows)->Arg(100'000)->Arg(1'000'000)->Iterations(1)->Unit(benchmark::kMillisecond);
+
 } // namespace embedded::bench

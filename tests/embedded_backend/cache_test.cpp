@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "backend_fixture.h"
+#include "embedded_backend/chunked_vector.h"
 #include "embedded_backend/flat_index.h"
 #include "embedded_backend/news_cache.h"
 
@@ -12,25 +13,31 @@ namespace embedded::test {
 namespace {
 
 struct WeakHash {
-    // Few buckets on purpose: long probe runs that wrap around the end of the array.
+    // Few buckets on purpose: long probe runs that wrap around the end of the array, all in
+    // the first table.
     std::size_t operator()(int key) const { return static_cast<std::size_t>(key % 7); }
 };
 
-TEST(FlatIndex, AgreesWithAStandardMapThroughInsertsOverwritesAndErases) {
-    FlatIndex<int, WeakHash> index;
+struct SpreadHash {
+    // Keys spread over every table, each of which grows and rehashes on its own.
+    std::size_t operator()(int key) const { return mixBits(static_cast<std::uint64_t>(key)); }
+};
+
+template <class Hash> void agreesWithAStandardMap(int keys, int steps) {
+    FlatIndex<int, Hash> index;
     std::unordered_map<int, std::uint32_t> expected;
     std::mt19937 random(42);
-    for (int step = 0; step < 20000; ++step) {
-        const int key = static_cast<int>(random() % 300);
+    for (int step = 0; step < steps; ++step) {
+        const int key = static_cast<int>(random() % static_cast<unsigned>(keys));
         if (random() % 3 == 0) {
             EXPECT_EQ(index.erase(key), expected.erase(key) == 1) << "step " << step;
         } else {
             index.set(key, static_cast<std::uint32_t>(step));
             expected[key] = static_cast<std::uint32_t>(step);
         }
-        if (step % 97 == 0) {
+        if (step % (steps / 200) == 0) {
             ASSERT_EQ(index.size(), expected.size());
-            for (int k = 0; k < 300; ++k) {
+            for (int k = 0; k < keys; ++k) {
                 const std::uint32_t* found = index.find(k);
                 const auto it = expected.find(k);
                 ASSERT_EQ(found != nullptr, it != expected.end()) << "key " << k << " at step " << step;
@@ -40,6 +47,46 @@ TEST(FlatIndex, AgreesWithAStandardMapThroughInsertsOverwritesAndErases) {
             }
         }
     }
+}
+
+TEST(FlatIndex, AgreesWithAStandardMapThroughInsertsOverwritesAndErases) {
+    agreesWithAStandardMap<WeakHash>(300, 20000);
+    agreesWithAStandardMap<SpreadHash>(30000, 100000);
+}
+
+TEST(ChunkedVector, KeepsEveryElementInPlaceAsItGrowsAndDestroysEachOnce) {
+    static int alive = 0;
+    struct Counted {
+        Counted() { ++alive; }
+        ~Counted() { --alive; }
+        Counted(const Counted&) = delete;
+        Counted& operator=(const Counted&) = delete;
+        int value = 0;
+    };
+    {
+        ChunkedVector<Counted, 3> v; // chunks of 8
+        v.reserve(5);
+        EXPECT_EQ(alive, 0) << "reserving constructs nothing";
+        std::vector<const Counted*> addresses;
+        for (int i = 0; i < 30; ++i) {
+            Counted& c = v.emplace_back();
+            c.value = i;
+            addresses.push_back(&c);
+        }
+        EXPECT_EQ(alive, 30);
+        ASSERT_EQ(v.size(), 30u);
+        for (std::size_t i = 0; i < v.size(); ++i) {
+            EXPECT_EQ(&v[i], addresses[i]) << i;
+            EXPECT_EQ(v[i].value, static_cast<int>(i));
+        }
+        ChunkedVector<Counted, 3> other;
+        other.emplace_back();
+        other = std::move(v);
+        EXPECT_EQ(alive, 30) << "what `other` held went";
+        EXPECT_EQ(&other[29], addresses[29]);
+        EXPECT_TRUE(v.empty()); // NOLINT(bugprone-use-after-move): a moved-from vector is empty
+    }
+    EXPECT_EQ(alive, 0);
 }
 
 HeadlineRecord record(unsigned char service, int day, std::int32_t seq, std::int64_t time, std::int32_t category,
