@@ -207,10 +207,11 @@ std::vector<std::string> StreamPublisher::saveState(unsigned char service, const
 
 bool StreamPublisher::commit(unsigned char service, const std::vector<stream::Entry>& entries,
                              const PublisherState& state, std::string& error) {
-    return commitAll({Transaction{service, &entries, &state}}, error).front();
+    std::vector<Transaction> one{Transaction{service, &entries, &state}};
+    return commitAll(one, error);
 }
 
-std::vector<bool> StreamPublisher::commitAll(const std::vector<Transaction>& transactions, std::string& error) {
+bool StreamPublisher::commitAll(std::vector<Transaction>& transactions, std::string& error) {
     std::vector<std::vector<std::string>> commands;
     std::vector<std::size_t> execAt; // the index of each transaction's EXEC among the commands
     for (const Transaction& t : transactions) {
@@ -222,12 +223,11 @@ std::vector<bool> StreamPublisher::commitAll(const std::vector<Transaction>& tra
         commands.push_back({"EXEC"});
         execAt.push_back(commands.size() - 1);
     }
-    std::vector<bool> confirmed(transactions.size(), false);
     const std::vector<RedisReply> replies = m_connection.pipeline(commands);
     if (replies.size() != commands.size()) {
         // The link failed: whatever the server applied of it, connect() reads back.
         error = m_connection.lastError();
-        return confirmed;
+        return false;
     }
     std::string failure; // the first refusal
     std::size_t from = 0;
@@ -254,12 +254,13 @@ std::vector<bool> StreamPublisher::commitAll(const std::vector<Transaction>& tra
             failure = failure.empty() ? refused + std::string(stringOf(*failed)) : failure;
             continue;
         }
-        confirmed[t] = true;
+        transactions[t].confirmed = true;
     }
     if (!failure.empty()) {
         error = failure;
+        return false;
     }
-    return confirmed;
+    return true;
 }
 
 bool StreamPublisher::publish(const std::vector<FeedEvent>& events, std::int64_t source, std::string& error) {
@@ -319,13 +320,13 @@ bool StreamPublisher::publish(const std::vector<FeedEvent>& events, std::int64_t
             transactions.push_back(Transaction{service, &p.entries, &p.state});
         }
     }
-    const std::vector<bool> confirmed = commitAll(transactions, error);
-    for (std::size_t t = 0; t < transactions.size(); ++t) {
-        if (!confirmed[t]) {
+    const bool all = commitAll(transactions, error);
+    for (const Transaction& t : transactions) {
+        if (!t.confirmed) {
             continue; // not published: a retry after connect() sends it
         }
-        Pending& p = pending[transactions[t].service];
-        Service& s = m_services[transactions[t].service];
+        Pending& p = pending[t.service];
+        Service& s = m_services[t.service];
         s.state = p.state;
         m_stats.published += p.entries.size();
         for (stream::Entry& e : p.entries) {
@@ -335,7 +336,7 @@ bool StreamPublisher::publish(const std::vector<FeedEvent>& events, std::int64_t
             s.recent.pop_front();
         }
     }
-    return std::find(confirmed.begin(), confirmed.end(), false) == confirmed.end();
+    return all;
 }
 
 } // namespace embedded

@@ -90,10 +90,11 @@ private:
         unsigned char service = 0;
         const std::vector<stream::Entry>* entries = nullptr;
         const PublisherState* state = nullptr;
+        bool confirmed = false; // set by commitAll
     };
-    // Several services' MULTI ... EXEC in one pipeline; tells for each whether the server
-    // confirmed it, and gives the first failure's reason in `error`.
-    std::vector<bool> commitAll(const std::vector<Transaction>& transactions, std::string& error);
+    // Several services' MULTI ... EXEC in one pipeline; marks each that the server confirmed,
+    // gives the first failure's reason in `error` and returns whether all were confirmed.
+    bool commitAll(std::vector<Transaction>& transactions, std::string& error);
 
     PublisherOptions m_options;
     RedisConnection m_connection;
