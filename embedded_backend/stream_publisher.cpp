@@ -230,10 +230,16 @@ bool StreamPublisher::commitAll(std::vector<Transaction>& transactions, std::str
         return false;
     }
     std::string failure; // the first refusal
+    const auto refuse = [&failure](unsigned char service, std::string_view why) {
+        if (failure.empty()) {
+            failure = "Redis refused to append to the stream of service ";
+            failure += std::to_string(service);
+            failure += ": ";
+            failure += why;
+        }
+    };
     std::size_t from = 0;
     for (std::size_t t = 0; t < transactions.size(); from = execAt[t] + 1, ++t) {
-        const std::string refused =
-            "Redis refused to append to the stream of service " + std::to_string(transactions[t].service) + ": ";
         const RedisReply& exec = replies[execAt[t]];
         if (exec.get()->type != REDIS_REPLY_ARRAY) {
             // A refused command (an old server without MINID, a key of another type) aborts the
@@ -245,13 +251,13 @@ bool StreamPublisher::commitAll(std::vector<Transaction>& transactions, std::str
                     break;
                 }
             }
-            failure = failure.empty() ? refused + why : failure;
+            refuse(transactions[t].service, why);
             continue;
         }
         const auto failed = std::find_if(exec.get()->element, exec.get()->element + exec.get()->elements,
                                          [](const redisReply* r) { return r->type == REDIS_REPLY_ERROR; });
         if (failed != exec.get()->element + exec.get()->elements) {
-            failure = failure.empty() ? refused + std::string(stringOf(*failed)) : failure;
+            refuse(transactions[t].service, stringOf(*failed));
             continue;
         }
         transactions[t].confirmed = true;
