@@ -55,11 +55,13 @@ bool ArenaHeadroom::keep(Clock::time_point now) {
 
 namespace {
 thread_local ArenaHeadroom t_headroom;
+thread_local bool t_reserved = false;
 thread_local std::uint64_t t_topUps = 0;
 } // namespace
 
 void keepArenaHeadroom() {
-    if (t_topUps == 0) {
+    if (!t_reserved) {
+        t_reserved = true;
         reserveArena(kFirstReserve);
     }
     if (t_headroom.keep(ArenaHeadroom::Clock::now())) {

@@ -213,6 +213,11 @@ bool StreamPublisher::commit(unsigned char service, const std::vector<stream::En
 
 bool StreamPublisher::commitAll(std::vector<Transaction>& transactions, std::string& error) {
     std::vector<std::vector<std::string>> commands;
+    std::size_t count = 0;
+    for (const Transaction& t : transactions) {
+        count += t.entries->size() + 3; // MULTI, the entries, the state, EXEC
+    }
+    commands.reserve(count);
     std::vector<std::size_t> execAt; // the index of each transaction's EXEC among the commands
     for (const Transaction& t : transactions) {
         commands.push_back({"MULTI"});

@@ -94,7 +94,6 @@ void BM_CacheApplyOnTheUiThread(benchmark::State& state) {
 }
 BENCHMARK(BM_CacheApplyOnTheUiThread)->Iterations(3)->Unit(benchmark::kMillisecond);
 
-} // namespace
 // The longest single put while the cache grows to the argument's headlines: growth of its
 // storage and indexes must not stall the UI thread now and then in proportion to the size.
 void BM_CacheLongestPutAsItGrows(benchmark::State& state) {
@@ -120,5 +119,7 @@ void BM_CacheLongestPutAsItGrows(benchmark::State& state) {
     state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * news.headlines.size()));
 }
 BENCHMARK(BM_CacheLongestPutAsItGrows)->Arg(100'000)->Arg(1'000'000)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+} // namespace
 
 } // namespace embedded::bench
